@@ -1,0 +1,20 @@
+#include "ZelMetaTypeCoreRegistry.h"
+
+#include <QMetaType>
+#include <QPainterPath>
+
+ZelMetaTypeCoreRegistry::ZelMetaTypeCoreRegistry()
+    : myPainterPathType(qRegisterMetaType<QPainterPath>("QPainterPath"))
+{
+}
+
+ZelMetaTypeCoreRegistry& ZelMetaTypeCoreRegistry::instance()
+{
+    static ZelMetaTypeCoreRegistry registry;
+    return registry;
+}
+
+int ZelMetaTypeCoreRegistry::qPainterPathVariantUserType()
+{
+    return myPainterPathType;
+}

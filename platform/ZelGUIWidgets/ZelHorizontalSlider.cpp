@@ -1,0 +1,6 @@
+#include "ZelHorizontalSlider.h"
+
+ZelHorizontalSlider::ZelHorizontalSlider(QWidget* parent)
+    : QSlider(Qt::Horizontal, parent)
+{
+}

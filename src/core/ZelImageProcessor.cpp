@@ -1,0 +1,111 @@
+#include "ZelImageProcessor.h"
+#include "ZelImageProcessorImpl_p.h"
+
+namespace {
+
+// The throw-away implementation a bare ZelImageProcessor starts with, until the derived
+// constructor installs the effect's own.
+class ZelImageProcessorPlaceholderImpl : public ZelImageProcessorImpl
+{
+public:
+    explicit ZelImageProcessorPlaceholderImpl(const QImage& image)
+        : ZelImageProcessorImpl(image, QString())
+    {
+    }
+    QImage result() override { return QImage(); }
+    QImage generatePreview(const QSize&) override { return QImage(); }
+    QImage generatePreview(const QRect&) override { return QImage(); }
+};
+
+} // namespace
+
+ZelImageProcessor::ZelImageProcessor()
+    : ZelImageProcessor(QImage())
+{
+}
+
+ZelImageProcessor::ZelImageProcessor(const QImage& image)
+    : myImpl(new ZelImageProcessorPlaceholderImpl(image))
+{
+    myImpl->myPublic = this;
+    connect(myImpl, &ZelImageProcessorImpl::progress, this, &ZelImageProcessor::progress,
+            Qt::DirectConnection);
+}
+
+ZelImageProcessor::~ZelImageProcessor()
+{
+    delete myImpl;
+}
+
+void ZelImageProcessor::setSourceImage(const QImage& image)
+{
+    myImpl->setSourceImage(image);
+}
+
+void ZelImageProcessor::setParameters(const QList<ZelParameterDescription>& parameters)
+{
+    myImpl->setParameters(parameters);
+}
+
+void ZelImageProcessor::setParameters(const ZelUIParameterMap& parameters)
+{
+    myImpl->setParameters(parameters);
+}
+
+void ZelImageProcessor::setUIParameters(const ZelUIParameterMap& uiParameters)
+{
+    myImpl->setUIParameters(uiParameters);
+}
+
+void ZelImageProcessor::setParameters(const ZelParameterDescriptionContainer& container)
+{
+    myImpl->myParameters = container;
+}
+
+ZelParameterDescriptionContainer ZelImageProcessor::parameterContainer() const
+{
+    return myImpl->parameterContainer();
+}
+
+QString ZelImageProcessor::effectName() const
+{
+    return myImpl->effectName();
+}
+
+void ZelImageProcessor::setEffectName(const QString& name)
+{
+    myImpl->setEffectName(name);
+}
+
+void ZelImageProcessor::cancel()
+{
+    myImpl->cancel();
+}
+
+void ZelImageProcessor::setMaximumThreadCount(int count)
+{
+    myImpl->setMaximumThreadCount(count);
+}
+
+void ZelImageProcessor::setMaximumPriority(QThread::Priority priority)
+{
+    myImpl->setMaximumPriority(priority);
+}
+
+void ZelImageProcessor::connectImplementation()
+{
+    connect(myImpl, &ZelImageProcessorImpl::progress, this, &ZelImageProcessor::progress,
+            Qt::DirectConnection);
+    connect(myImpl, &ZelImageProcessorImpl::operationCanceled, this,
+            &ZelImageProcessor::operationCanceled, Qt::DirectConnection);
+    connect(myImpl, &ZelImageProcessorImpl::finished, this, &ZelImageProcessor::finished,
+            Qt::DirectConnection);
+}
+
+void ZelImageProcessor::disconnectImplementation()
+{
+    if (!myImpl)
+        return;
+    disconnect(myImpl, nullptr, this, nullptr);
+    disconnect(this, nullptr, myImpl, nullptr);
+}

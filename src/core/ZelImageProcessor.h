@@ -1,0 +1,81 @@
+#ifndef ZELIMAGEPROCESSOR_H
+#define ZELIMAGEPROCESSOR_H
+
+#include "ZelParameterDescriptionContainer.h"
+
+#include <QImage>
+#include <QList>
+#include <QObject>
+#include <QRect>
+#include <QSize>
+#include <QThread>
+
+class ZelImageProcessorImpl;
+
+// The public face of every effect. An application constructs a ZelImageProcessorX with a photo,
+// sets parameters, connects progress and calls result() or generatePreview(); the work is done
+// by the effect's implementation object, which this object owns and whose signals it relays.
+//
+// result() runs on the calling thread, and so do progress and finished. cancel() may be called
+// from any thread. finished(bool) marks the end of the work, not its success: most effects pass
+// false on success as well.
+class ZelImageProcessor : public QObject
+{
+    Q_OBJECT
+public:
+    ZelImageProcessor();
+    explicit ZelImageProcessor(const QImage& image);
+    ~ZelImageProcessor() override;
+
+    Q_INVOKABLE virtual void setSourceImage(const QImage& image);
+    // Copies the values of the listed parameters by name; ranges and labels stay as they are.
+    Q_INVOKABLE virtual void setParameters(const QList<ZelParameterDescription>& parameters);
+    // Sets every entry whose switch is on to its value and resets the others to their default.
+    void setParameters(const ZelUIParameterMap& parameters);
+    // The same, with values in the units the editing panel shows.
+    void setUIParameters(const ZelUIParameterMap& uiParameters);
+    // Replaces the whole parameter container.
+    void setParameters(const ZelParameterDescriptionContainer& container);
+    ZelParameterDescriptionContainer parameterContainer() const;
+
+    QString effectName() const;
+    void setEffectName(const QString& name);
+
+public slots:
+    virtual void cancel();
+    virtual QImage result() = 0;
+    virtual QImage generatePreview(const QSize& size) = 0;
+    virtual QImage generatePreview(const QRect& rect) = 0;
+    // Stored only; no effect of this library reads them back.
+    void setMaximumThreadCount(int count);
+    void setMaximumPriority(QThread::Priority priority);
+
+signals:
+    // title: the effect's progress title; step: the name of the running step.
+    void progress(const QString& title, const QString& step, int current, int total);
+    void operationCanceled();
+    void finished(bool flag);
+
+protected:
+    void connectImplementation();
+    void disconnectImplementation();
+
+    // The body of every effect's initImplementation: replaces the current implementation by a
+    // new Impl (on a copy of *image, or without image), points the Impl's own back pointer at
+    // the public object and relays the Impl's signals.
+    template <class Impl, class Public>
+    void installImplementation(Public* self, const QImage* image)
+    {
+        disconnectImplementation();
+        delete myImpl;
+        myImpl = nullptr;
+        Impl* impl = image ? new Impl(*image) : new Impl();
+        impl->myPublic = self;
+        myImpl = impl;
+        connectImplementation();
+    }
+
+    ZelImageProcessorImpl* myImpl;
+};
+
+#endif

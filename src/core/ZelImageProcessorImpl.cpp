@@ -1,0 +1,190 @@
+#include "ZelImageProcessorImpl_p.h"
+#include "ZelProgressSignalizer.h"
+
+ZelImageProcessorImpl::ZelImageProcessorImpl(const QString& effectName)
+    : ZelImageProcessorImpl(QImage(), effectName)
+{
+}
+
+ZelImageProcessorImpl::ZelImageProcessorImpl(const QImage& image, const QString& effectName)
+    : myParameters(effectName, effectName)
+    , myProgressSignalizer(new ZelProgressSignalizer)
+    , mySourceImage(image)
+    , myEffectName(effectName)
+{
+}
+
+ZelImageProcessorImpl::~ZelImageProcessorImpl()
+{
+    // A signalizer whose cancelling is switched off is left alive; kept as the application
+    // expects it.
+    if (myProgressSignalizer->cancelAllowed())
+        delete myProgressSignalizer;
+}
+
+void ZelImageProcessorImpl::setSourceImage(const QImage& image)
+{
+    mySourceImage = image;
+}
+
+void ZelImageProcessorImpl::cancel()
+{
+    myCancelled.store(true, std::memory_order_relaxed);
+    myProgressSignalizer->setCancelled(true);
+    disconnectProgressSignalizer();
+    emit finished(false);
+}
+
+void ZelImageProcessorImpl::setParameters(const ZelUIParameterMap& parameters)
+{
+    for (auto it = parameters.constBegin(); it != parameters.constEnd(); ++it) {
+        if (it.value().second)
+            myParameters.setValue(it.key(), it.value().first);
+        else
+            myParameters.setValueToDefault(it.key());
+    }
+}
+
+void ZelImageProcessorImpl::setParameters(const QList<ZelParameterDescription>& parameters)
+{
+    for (const ZelParameterDescription& parameter : parameters)
+        myParameters.setValue(parameter.parameterName(), parameter.value());
+}
+
+void ZelImageProcessorImpl::setUIParameters(const ZelUIParameterMap& uiParameters)
+{
+    myParameters.setUIParameters(uiParameters);
+}
+
+void ZelImageProcessorImpl::addParameter(const QString&, ZelParameterDescription description,
+                                         int row, int column)
+{
+    myParameters.add(description, row, column);
+}
+
+void ZelImageProcessorImpl::setParameterValue(const QString& key, int value)
+{
+    myParameters.setValue(key, QVariant(value));
+}
+
+void ZelImageProcessorImpl::setParameterDefaultValue(const QString& key, int value)
+{
+    myParameters.setDefaultValue(key, QVariant(value));
+}
+
+int ZelImageProcessorImpl::parameterIntValue(const QString& key, bool respectEnabled) const
+{
+    if (respectEnabled && !myParameters.parameter(key).isEnabled())
+        return 0;
+    return myParameters.value(key).toInt();
+}
+
+ZelParameterDescriptionContainer& ZelImageProcessorImpl::parameters()
+{
+    return myParameters;
+}
+
+ZelParameterDescriptionContainer ZelImageProcessorImpl::parameterContainer() const
+{
+    return myParameters;
+}
+
+QImage ZelImageProcessorImpl::sourceImage() const
+{
+    return mySourceImage;
+}
+
+QImage ZelImageProcessorImpl::sourceImageScaled(const QSize& size) const
+{
+    return mySourceImage.scaled(size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+}
+
+QImage ZelImageProcessorImpl::sectionOfSourceImage(const QRect& rect) const
+{
+    return mySourceImage.copy(rect);
+}
+
+int ZelImageProcessorImpl::countSourceImagePixels() const
+{
+    return mySourceImage.height() * mySourceImage.width();
+}
+
+bool ZelImageProcessorImpl::sourceImageIs8BitIndexedFormat() const
+{
+    return mySourceImage.format() == QImage::Format_Indexed8;
+}
+
+QImage ZelImageProcessorImpl::applySubProcessor(ZelImageProcessor* sub)
+{
+    const QMetaObject::Connection relay = connect(sub, &ZelImageProcessor::progress, this,
+                                                  &ZelImageProcessorImpl::progress,
+                                                  Qt::DirectConnection);
+    const QImage image = sub->result();
+    disconnect(relay);
+    return image;
+}
+
+bool ZelImageProcessorImpl::isCancelled() const
+{
+    return myCancelled.load(std::memory_order_relaxed);
+}
+
+bool ZelImageProcessorImpl::resetCancel()
+{
+    return myCancelled.exchange(false, std::memory_order_relaxed);
+}
+
+// Direct, because result() may run on another thread than the one that owns the objects; unique,
+// so that a result() that follows a cancel mid-run does not relay twice.
+static constexpr auto kDirectUnique = Qt::ConnectionType(Qt::DirectConnection | Qt::UniqueConnection);
+
+void ZelImageProcessorImpl::connectProgressSignalizer()
+{
+    connect(myProgressSignalizer, &ZelProgressSignalizer::progressChanged, this,
+            &ZelImageProcessorImpl::emitProgress, kDirectUnique);
+    connect(this, &ZelImageProcessorImpl::operationCanceled, myProgressSignalizer,
+            qOverload<>(&ZelProgressSignalizer::setCancelled), kDirectUnique);
+}
+
+void ZelImageProcessorImpl::disconnectProgressSignalizer()
+{
+    disconnect(myProgressSignalizer, &ZelProgressSignalizer::progressChanged, this,
+               &ZelImageProcessorImpl::emitProgress);
+    disconnect(this, &ZelImageProcessorImpl::operationCanceled, myProgressSignalizer,
+               qOverload<>(&ZelProgressSignalizer::setCancelled));
+}
+
+ZelProgressSignalizer* ZelImageProcessorImpl::progressSignalizer() const
+{
+    return myProgressSignalizer;
+}
+
+QString ZelImageProcessorImpl::effectName() const
+{
+    return myEffectName;
+}
+
+void ZelImageProcessorImpl::setEffectName(const QString& name)
+{
+    myEffectName = name;
+}
+
+void ZelImageProcessorImpl::setMaximumThreadCount(int count)
+{
+    myMaximumThreadCount = count;
+}
+
+void ZelImageProcessorImpl::setMaximumPriority(QThread::Priority priority)
+{
+    myMaximumPriority = priority;
+}
+
+void ZelImageProcessorImpl::emitProgress(int current, int total)
+{
+    emit progress(progressTitle(), myProgressSignalizer->processName(), current, total);
+}
+
+QString ZelImageProcessorImpl::progressTitle() const
+{
+    return QString();
+}

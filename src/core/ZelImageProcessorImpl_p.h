@@ -1,0 +1,112 @@
+#ifndef ZELIMAGEPROCESSORIMPL_P_H
+#define ZELIMAGEPROCESSORIMPL_P_H
+
+#include "ZelImageProcessor.h"
+#include "ZelParameterDescriptionContainer.h"
+
+#include <QImage>
+#include <QObject>
+#include <QString>
+#include <QThread>
+
+#include <atomic>
+
+class ZelProgressSignalizer;
+
+// The base of every effect implementation: the source image, the parameter container, the
+// progress signalizer and the cancel flag, plus the helpers effects compute with.
+//
+// An effect's result() follows one skeleton: connectProgressSignalizer(), read the parameters
+// by key, compute (polling resetCancel() once per row), disconnectProgressSignalizer(), emit
+// finished(...), return the image.
+class ZelImageProcessorImpl : public QObject
+{
+    Q_OBJECT
+    friend class ZelImageProcessor;
+
+public:
+    explicit ZelImageProcessorImpl(const QString& effectName);
+    ZelImageProcessorImpl(const QImage& image, const QString& effectName);
+    // Deletes the signalizer only while cancelling is allowed; a signalizer whose cancelling is
+    // switched off is left alive on purpose.
+    ~ZelImageProcessorImpl() override;
+
+    virtual void setSourceImage(const QImage& image);
+    // Sets the cancel flags, disconnects the signalizer and emits finished(false).
+    virtual void cancel();
+    virtual void setParameters(const ZelUIParameterMap& parameters);
+    virtual void setParameters(const QList<ZelParameterDescription>& parameters);
+    virtual void setUIParameters(const ZelUIParameterMap& uiParameters);
+
+    // The key is not used for filing: the container files under the description's own name.
+    void addParameter(const QString& key, ZelParameterDescription description, int row, int column);
+    void setParameterValue(const QString& key, int value);
+    void setParameterDefaultValue(const QString& key, int value);
+    // 0 for a disabled parameter when respectEnabled is true, else the value as int.
+    int parameterIntValue(const QString& key, bool respectEnabled) const;
+    ZelParameterDescriptionContainer& parameters();
+    ZelParameterDescriptionContainer parameterContainer() const;
+
+    QImage sourceImage() const;
+    QImage sourceImageScaled(const QSize& size) const;
+    QImage sectionOfSourceImage(const QRect& rect) const;
+    int countSourceImagePixels() const;
+    bool sourceImageIs8BitIndexedFormat() const;
+
+    // Runs sub->result() with sub's progress relayed as this object's progress.
+    QImage applySubProcessor(ZelImageProcessor* sub);
+
+    bool isCancelled() const;
+    // Returns whether a cancel was requested and clears the request.
+    bool resetCancel();
+
+    void connectProgressSignalizer();
+    void disconnectProgressSignalizer();
+    ZelProgressSignalizer* progressSignalizer() const;
+
+    QString effectName() const;
+    void setEffectName(const QString& name);
+    void setMaximumThreadCount(int count);
+    void setMaximumPriority(QThread::Priority priority);
+
+    // The preview skeleton: a temporary public object of the effect's own class on image, with
+    // a copy of this effect's parameter values, and its result(). Previews report no progress
+    // and cannot be cancelled from outside.
+    template <class Public>
+    QImage previewWith(const QImage& image) const
+    {
+        Public preview(image);
+        if (!myParameters.isEmpty())
+            preview.setParameters(parameterContainer().parameters());
+        return preview.result();
+    }
+
+public slots:
+    virtual QImage result() = 0;
+    virtual QImage generatePreview(const QSize& size) = 0;
+    virtual QImage generatePreview(const QRect& rect) = 0;
+
+signals:
+    void progress(const QString& title, const QString& step, int current, int total);
+    void operationCanceled();
+    void finished(bool flag);
+
+protected slots:
+    // Relays the signalizer's progress as progress(progressTitle(), step name, current, total).
+    void emitProgress(int current, int total);
+
+protected:
+    // The fixed first argument of this effect's progress signal.
+    virtual QString progressTitle() const;
+
+    ZelParameterDescriptionContainer myParameters;
+    ZelProgressSignalizer* myProgressSignalizer;
+    ZelImageProcessor* myPublic = nullptr;
+    QImage mySourceImage;
+    QString myEffectName;
+    std::atomic<bool> myCancelled{false};
+    int myMaximumThreadCount = 1;
+    QThread::Priority myMaximumPriority = QThread::NormalPriority;
+};
+
+#endif

@@ -11,3 +11,10 @@ QDomElement ZelXMLBuilder::buildDomElement(QDomNode& node, const QString& name)
     node.appendChild(element);
     return element;
 }
+
+QDomElement ZelXMLBuilder::buildDomElement(QDomDocument& document, const QString& name)
+{
+    QDomElement element = document.createElement(name);
+    document.appendChild(element);
+    return element;
+}

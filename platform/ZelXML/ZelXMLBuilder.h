@@ -1,6 +1,7 @@
 #ifndef ZELXMLBUILDER_H
 #define ZELXMLBUILDER_H
 
+#include <QDomDocument>
 #include <QDomElement>
 #include <QString>
 
@@ -10,6 +11,8 @@ public:
     // Creates an element called name, appends it to node (a document or an element) and returns
     // it. A null node yields a null element.
     static QDomElement buildDomElement(QDomNode& node, const QString& name);
+    // The same for a document, which may still be empty (a default-constructed QDomDocument).
+    static QDomElement buildDomElement(QDomDocument& document, const QString& name);
 };
 
 #endif

@@ -1,6 +1,7 @@
 #ifndef ZELPARAMETERDESCRIPTION_H
 #define ZELPARAMETERDESCRIPTION_H
 
+#include <QMetaType>
 #include <QSharedDataPointer>
 #include <QString>
 #include <QVariant>
@@ -78,5 +79,7 @@ private:
 
 // "Name : <name>\nType : <type>\nValue : <value>"
 QDebug operator<<(QDebug debug, const ZelParameterDescription& parameter);
+
+Q_DECLARE_METATYPE(ZelParameterDescription)
 
 #endif

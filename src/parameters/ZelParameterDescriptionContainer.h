@@ -77,4 +77,6 @@ private:
 
 QDebug operator<<(QDebug debug, const ZelParameterDescriptionContainer& container);
 
+Q_DECLARE_METATYPE(ZelParameterDescriptionContainer)
+
 #endif

@@ -1,0 +1,39 @@
+# Thin wrapper around CMake for the commands in the README. Every target first makes sure the
+# Debian packages the build needs are installed.
+BUILD_DIR ?= build
+ASAN_DIR  ?= build-asan
+PREFIX    ?= /usr/local
+JOBS      ?= $(shell nproc)
+ZELFX      = $(BUILD_DIR)/tools/zelfx/zelfx
+
+.PHONY: all deps build demo test test-asan bench install clean
+
+all: build
+
+deps:
+	@bash scripts/install-deps.sh
+
+build: deps
+	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=Release >/dev/null
+	@cmake --build $(BUILD_DIR) -j $(JOBS)
+
+demo: build
+	@$(ZELFX) gallery samples/astronaut.png $(BUILD_DIR)/gallery >/dev/null
+	@echo "$(abspath $(BUILD_DIR))/gallery/index.html"
+
+test: build
+	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
+
+test-asan: deps
+	@cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE=ON >/dev/null
+	@cmake --build $(ASAN_DIR) -j $(JOBS)
+	@cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=0 ctest --output-on-failure -j $(JOBS)
+
+bench: build
+	@bash bench/run.sh $(ZELFX)
+
+install: build
+	@cmake --install $(BUILD_DIR) --prefix $(PREFIX)
+
+clean:
+	@rm -rf $(BUILD_DIR) $(ASAN_DIR)

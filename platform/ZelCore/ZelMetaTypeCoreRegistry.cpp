@@ -4,7 +4,7 @@
 #include <QPainterPath>
 
 ZelMetaTypeCoreRegistry::ZelMetaTypeCoreRegistry()
-    : myPainterPathType(qRegisterMetaType<QPainterPath>("QPainterPath"))
+    : myPainterPathType(qRegisterMetaType<QPainterPath>())
 {
 }
 

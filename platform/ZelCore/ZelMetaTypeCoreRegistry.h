@@ -1,6 +1,9 @@
 #ifndef ZELMETATYPECOREREGISTRY_H
 #define ZELMETATYPECOREREGISTRY_H
 
+#include <QMetaType>
+#include <QPainterPath>
+
 // The application's registry of meta-types that travel inside QVariant, for example the area a
 // convolution has to avoid, which is a QPainterPath parameter.
 class ZelMetaTypeCoreRegistry
@@ -18,5 +21,8 @@ private:
 
     int myPainterPathType;
 };
+
+// QPainterPath values travel inside QVariant (QVariant::fromValue / value<QPainterPath>()).
+Q_DECLARE_METATYPE(QPainterPath)
 
 #endif

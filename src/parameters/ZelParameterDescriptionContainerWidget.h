@@ -19,6 +19,7 @@ public:
     // Keeps container and shows its UI values in the existing editors; creates and removes
     // nothing and leaves the use-this-value switches alone.
     void update(const ZelParameterDescriptionContainer& container);
+    using QWidget::update;
 
     // Per parameter with an editor: (the editor's property value, the item's switch).
     ZelUIParameterMap parameterUIValues() const;

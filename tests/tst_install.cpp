@@ -96,7 +96,7 @@ void TestInstall::pkgConfigConsumerBuildsAndRuns()
     QVERIFY(flags != "failed");
     const QString binary = myWork.filePath(QStringLiteral("pkg-consumer"));
     QStringList compile = {QStringLiteral(ZEL_SOURCE_DIR "/tests/consumer/main.cpp"), "-o", binary};
-    compile += QString::fromLocal8Bit(flags).split(' ', Qt::SkipEmptyParts);
+    compile += QString::fromLocal8Bit(flags).simplified().split(' ', Qt::SkipEmptyParts);
     compile += mySanitizerFlags.split(' ', Qt::SkipEmptyParts);
     QVERIFY(run(QStringLiteral("c++"), compile) != "failed");
     QCOMPARE(run(binary, {}).trimmed(), QByteArray("consumer ok"));

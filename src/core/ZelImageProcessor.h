@@ -41,6 +41,11 @@ public:
     QString effectName() const;
     void setEffectName(const QString& name);
 
+    // Relay the implementation's progress, operationCanceled and finished as this object's
+    // signals (direct connections), or cut every connection between the two.
+    void connectImplementation();
+    void disconnectImplementation();
+
 public slots:
     virtual void cancel();
     virtual QImage result() = 0;
@@ -57,9 +62,6 @@ signals:
     void finished(bool flag);
 
 protected:
-    void connectImplementation();
-    void disconnectImplementation();
-
     // The body of every effect's initImplementation: replaces the current implementation by a
     // new Impl (on a copy of *image, or without image), points the Impl's own back pointer at
     // the public object and relays the Impl's signals.

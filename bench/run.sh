@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Benchmarks every effect that `zelfx list --bench` names and prints one table row per effect.
+# usage: bench/run.sh ZELFX [zelfx bench options, e.g. --size 640x480 --repeat 3]
+set -euo pipefail
+
+if [[ $# -lt 1 ]]; then
+  echo "usage: $0 ZELFX [bench options]" >&2
+  exit 2
+fi
+zelfx=$1
+shift
+
+effects=$("$zelfx" list --bench)
+printf '%-32s %12s %12s %16s\n' effect 'median ms' 'ns/pixel' 'ratio to memcpy'
+failed=0
+for effect in $effects; do
+  # One failing effect must not hide the figures of the others.
+  if output=$("$zelfx" bench "$effect" "$@"); then
+    awk -F '\t' -v effect="$effect" '
+      { value[$1] = $2 }
+      END { printf "%-32s %12.3f %12.3f %16.2f\n", effect, value["median_ms"], value["ns_per_pixel"], value["ratio_to_memcpy"] }
+    ' <<<"$output"
+  else
+    printf '%-32s %s\n' "$effect" "failed (exit $?)"
+    failed=1
+  fi
+done
+exit $failed

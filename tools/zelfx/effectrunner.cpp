@@ -1,0 +1,96 @@
+#include "effectrunner.h"
+
+#include "console.h"
+
+#include "ZelImageProcessor.h"
+
+#include <QElapsedTimer>
+
+namespace {
+const int progressBarWidth = 30;
+
+QString traceFlag(bool flag)
+{
+    return flag ? QStringLiteral("true") : QStringLiteral("false");
+}
+} // namespace
+
+EffectRunner::EffectRunner(ZelImageProcessor* effect, const RunOptions& options)
+    : myEffect(effect)
+    , myOptions(options)
+    // Trace lines and a redrawn bar would garble each other.
+    , myShowsProgressBar(stderrIsTerminal() && !options.trace)
+{
+    connect(effect, &ZelImageProcessor::progress, this, &EffectRunner::onProgress, Qt::DirectConnection);
+    connect(effect, &ZelImageProcessor::finished, this, &EffectRunner::onFinished, Qt::DirectConnection);
+    connect(effect, &ZelImageProcessor::operationCanceled, this, &EffectRunner::onCanceled, Qt::DirectConnection);
+}
+
+QImage EffectRunner::run()
+{
+    QElapsedTimer timer;
+    timer.start();
+    const QImage image = compute();
+    const double milliseconds = timer.nsecsElapsed() / 1e6;
+    endProgressBar();
+    if (myOptions.time)
+        printOut(QStringLiteral("time_ms\t%1\n").arg(milliseconds, 0, 'f', 3));
+    return image;
+}
+
+QImage EffectRunner::compute()
+{
+    switch (myOptions.output) {
+    case RunOptions::Output::Preview:
+        return myEffect->generatePreview(myOptions.previewSize);
+    case RunOptions::Output::Section:
+        return myEffect->generatePreview(myOptions.section);
+    case RunOptions::Output::Result:
+        break;
+    }
+    return myEffect->result();
+}
+
+void EffectRunner::onProgress(const QString& title, const QString& step, int current, int total)
+{
+    ++myProgressCount;
+    if (myOptions.trace)
+        printErr(QStringLiteral("progress\t%1\t%2\t%3\t%4\n").arg(title, step).arg(current).arg(total));
+    if (myShowsProgressBar)
+        drawProgressBar(title, current, total);
+    if (myProgressCount == myOptions.cancelAfter)
+        myEffect->cancel();
+}
+
+void EffectRunner::onFinished(bool flag)
+{
+    if (myOptions.trace)
+        printErr(QStringLiteral("finished\t%1\n").arg(traceFlag(flag)));
+}
+
+void EffectRunner::onCanceled()
+{
+    if (myOptions.trace)
+        printErr(QStringLiteral("operationCanceled\n"));
+}
+
+void EffectRunner::drawProgressBar(const QString& title, int current, int total)
+{
+    const int percent = total > 0 ? int(qBound<qint64>(0, qint64(current) * 100 / total, 100)) : 0;
+    if (myProgressBarDrawn && percent == myDrawnPercent)
+        return;
+    myDrawnPercent = percent;
+    const int filled = percent * progressBarWidth / 100;
+    printErr(QStringLiteral("\r[%1%2] %3% %4")
+                 .arg(QString(filled, QLatin1Char('#')), QString(progressBarWidth - filled, QLatin1Char(' ')))
+                 .arg(percent, 3)
+                 .arg(title));
+    myProgressBarDrawn = true;
+}
+
+void EffectRunner::endProgressBar()
+{
+    if (myProgressBarDrawn)
+        printErr(QStringLiteral("\n"));
+    myProgressBarDrawn = false;
+}

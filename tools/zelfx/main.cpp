@@ -1,0 +1,89 @@
+#include "apply.h"
+#include "bench.h"
+#include "console.h"
+#include "describe.h"
+#include "gallery.h"
+#include "status.h"
+
+#include <QApplication>
+#include <QStringList>
+
+namespace {
+
+const char synopsis[] =
+    "usage: zelfx list [--json | --bench]\n"
+    "       zelfx describe EFFECT [--json]\n"
+    "       zelfx settings EFFECT [--set KEY=VALUE]... [--set-ui KEY=VALUE]... [--settings FILE]\n"
+    "       zelfx apply EFFECT INPUT OUTPUT [options]\n"
+    "       zelfx gallery INPUT OUTDIR\n"
+    "       zelfx bench EFFECT [--size WxH] [--repeat N] [--set ...] [--set-ui ...] [--settings ...] [--call ...]\n";
+
+const char optionHelp[] =
+    "apply options, applied in the order given:\n"
+    "  --set KEY=VALUE       set a parameter\n"
+    "  --set-ui KEY=VALUE    set a parameter in the units the editing panel shows\n"
+    "  --settings FILE       read parameters from XML written by zelfx settings\n"
+    "  --call \"NAME(ARG,...)\" call an invokable method of the effect\n"
+    "  --preview WxH | --section X,Y,W,H   compute a preview instead of the result\n"
+    "  --trace               print the effect's signals on stderr\n"
+    "  --cancel-after N      cancel the effect from inside its N-th progress signal\n"
+    "  --time                print the time of the computation\n";
+
+// Without a display, Qt's default platform plugin would abort the tool.
+void selectOffscreenPlatformWithoutDisplay()
+{
+    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM") || qEnvironmentVariableIsSet("DISPLAY")
+        || qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) {
+        return;
+    }
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+}
+
+Status dispatch(const QStringList& arguments)
+{
+    if (arguments.isEmpty())
+        return Status::usageError(QStringLiteral("no command given"));
+    const QString command = arguments.first();
+    const QStringList rest = arguments.mid(1);
+    if (command == QLatin1String("list"))
+        return runList(rest);
+    if (command == QLatin1String("describe"))
+        return runDescribe(rest);
+    if (command == QLatin1String("settings"))
+        return runSettings(rest);
+    if (command == QLatin1String("apply"))
+        return runApply(rest);
+    if (command == QLatin1String("gallery"))
+        return runGallery(rest);
+    if (command == QLatin1String("bench"))
+        return runBench(rest);
+    return Status::usageError(QStringLiteral("unknown command %1").arg(command));
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    selectOffscreenPlatformWithoutDisplay();
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    if (arguments.size() == 1
+        && (arguments.first() == QLatin1String("--help") || arguments.first() == QLatin1String("-h")
+            || arguments.first() == QLatin1String("help"))) {
+        printOut(QString::fromLatin1(synopsis) + QString::fromLatin1(optionHelp));
+        return ExitSuccess;
+    }
+
+    // Qt sees no user arguments, so it cannot take an input file for one of its own options.
+    int qtArgc = 1;
+    QApplication application(qtArgc, argv);
+    QApplication::setApplicationName(QStringLiteral("zelfx"));
+
+    const Status status = dispatch(arguments);
+    if (!status.ok())
+        printErr(QStringLiteral("zelfx: %1\n").arg(status.message));
+    if (status.printUsage)
+        printErr(QString::fromLatin1(synopsis) + QStringLiteral("zelfx --help lists the apply options.\n"));
+    return status.code;
+}

@@ -1,0 +1,157 @@
+#include "options.h"
+
+#include "valueconversion.h"
+
+#include <QVariant>
+
+namespace {
+
+struct OptionSpec
+{
+    const char* name;
+    int group;
+    bool takesValue;
+    Status (*apply)(const QString& value, CommandLine* commandLine);
+};
+
+Status parsePositiveSize(const char* option, const QString& text, QSize* size)
+{
+    QVariant value;
+    if (convertText(text, QMetaType::QSize, &value) && !value.toSize().isEmpty()) {
+        *size = value.toSize();
+        return Status::success();
+    }
+    return Status::usageError(QStringLiteral("%1 expects WxH with a positive width and height, got \"%2\"")
+                                  .arg(QLatin1String(option), text));
+}
+
+Status parsePositiveCount(const char* option, const QString& text, int* count)
+{
+    bool ok = false;
+    const int number = text.trimmed().toInt(&ok);
+    if (ok && number > 0) {
+        *count = number;
+        return Status::success();
+    }
+    return Status::usageError(QStringLiteral("%1 expects a positive whole number, got \"%2\"")
+                                  .arg(QLatin1String(option), text));
+}
+
+Status parseSection(const QString& text, QRect* section)
+{
+    QVariant value;
+    if (convertText(text, QMetaType::QRect, &value) && !value.toRect().isEmpty()) {
+        *section = value.toRect();
+        return Status::success();
+    }
+    return Status::usageError(
+        QStringLiteral("--section expects X,Y,W,H with a positive width and height, got \"%1\"").arg(text));
+}
+
+Status selectOutput(RunOptions::Output output, CommandLine* commandLine)
+{
+    RunOptions::Output& selected = commandLine->run.output;
+    if (selected != RunOptions::Output::Result && selected != output)
+        return Status::usageError(QStringLiteral("--preview and --section exclude each other"));
+    selected = output;
+    return Status::success();
+}
+
+Status addParameterOption(ParameterOption::Kind kind, const QString& value, CommandLine* commandLine)
+{
+    commandLine->parameterOptions.append(ParameterOption{kind, value});
+    return Status::success();
+}
+
+const OptionSpec optionSpecs[] = {
+    {"--json", AcceptJson, false,
+     [](const QString&, CommandLine* c) {
+         c->json = true;
+         return Status::success();
+     }},
+    {"--bench", AcceptBenchList, false,
+     [](const QString&, CommandLine* c) {
+         c->benchList = true;
+         return Status::success();
+     }},
+    {"--set", AcceptParameterOptions, true,
+     [](const QString& v, CommandLine* c) { return addParameterOption(ParameterOption::Set, v, c); }},
+    {"--set-ui", AcceptParameterOptions, true,
+     [](const QString& v, CommandLine* c) { return addParameterOption(ParameterOption::SetUI, v, c); }},
+    {"--settings", AcceptParameterOptions, true,
+     [](const QString& v, CommandLine* c) { return addParameterOption(ParameterOption::Settings, v, c); }},
+    {"--call", AcceptParameterOptions, true,
+     [](const QString& v, CommandLine* c) { return addParameterOption(ParameterOption::Call, v, c); }},
+    {"--preview", AcceptRunOptions, true,
+     [](const QString& v, CommandLine* c) {
+         const Status status = parsePositiveSize("--preview", v, &c->run.previewSize);
+         return status.ok() ? selectOutput(RunOptions::Output::Preview, c) : status;
+     }},
+    {"--section", AcceptRunOptions, true,
+     [](const QString& v, CommandLine* c) {
+         const Status status = parseSection(v, &c->run.section);
+         return status.ok() ? selectOutput(RunOptions::Output::Section, c) : status;
+     }},
+    {"--trace", AcceptRunOptions, false,
+     [](const QString&, CommandLine* c) {
+         c->run.trace = true;
+         return Status::success();
+     }},
+    {"--cancel-after", AcceptRunOptions, true,
+     [](const QString& v, CommandLine* c) { return parsePositiveCount("--cancel-after", v, &c->run.cancelAfter); }},
+    {"--time", AcceptRunOptions, false,
+     [](const QString&, CommandLine* c) {
+         c->run.time = true;
+         return Status::success();
+     }},
+    {"--size", AcceptBenchOptions, true,
+     [](const QString& v, CommandLine* c) { return parsePositiveSize("--size", v, &c->benchSize); }},
+    {"--repeat", AcceptBenchOptions, true,
+     [](const QString& v, CommandLine* c) { return parsePositiveCount("--repeat", v, &c->repeat); }},
+};
+
+const OptionSpec* findOption(const QString& name, int acceptedGroups)
+{
+    for (const OptionSpec& spec : optionSpecs) {
+        if ((spec.group & acceptedGroups) && name == QLatin1String(spec.name))
+            return &spec;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+Status parseCommandLine(const QString& command, const QStringList& arguments, int acceptedGroups,
+                        CommandLine* commandLine)
+{
+    for (int i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
+        if (!argument.startsWith(QLatin1String("--"))) {
+            commandLine->positional << argument;
+            continue;
+        }
+        const OptionSpec* option = findOption(argument, acceptedGroups);
+        if (!option)
+            return Status::usageError(QStringLiteral("unknown option %1 for %2").arg(argument, command));
+        QString value;
+        if (option->takesValue) {
+            if (++i == arguments.size())
+                return Status::usageError(QStringLiteral("option %1 needs a value").arg(argument));
+            value = arguments.at(i);
+        }
+        const Status status = option->apply(value, commandLine);
+        if (!status.ok())
+            return status;
+    }
+    return Status::success();
+}
+
+Status expectPositional(const QString& command, const CommandLine& commandLine, const QStringList& names)
+{
+    if (commandLine.positional.size() == names.size())
+        return Status::success();
+    const QString expected = names.isEmpty() ? QStringLiteral("no arguments") : names.join(QLatin1Char(' '));
+    return Status::usageError(QStringLiteral("%1 expects %2, got %3 argument(s)")
+                                  .arg(command, expected)
+                                  .arg(commandLine.positional.size()));
+}

@@ -13,15 +13,19 @@ shift
 effects=$("$zelfx" list --bench)
 printf '%-32s %12s %12s %16s\n' effect 'median ms' 'ns/pixel' 'ratio to memcpy'
 failed=0
+errors=$(mktemp)
+trap 'rm -f "$errors"' EXIT
 for effect in $effects; do
-  # One failing effect must not hide the figures of the others.
-  if output=$("$zelfx" bench "$effect" "$@"); then
+  # One failing effect must not hide the figures of the others; its messages are shown, the
+  # chatter of successful runs is not.
+  if output=$("$zelfx" bench "$effect" "$@" 2>"$errors"); then
     awk -F '\t' -v effect="$effect" '
       { value[$1] = $2 }
       END { printf "%-32s %12.3f %12.3f %16.2f\n", effect, value["median_ms"], value["ns_per_pixel"], value["ratio_to_memcpy"] }
     ' <<<"$output"
   else
     printf '%-32s %s\n' "$effect" "failed (exit $?)"
+    sed 's/^/    /' "$errors"
     failed=1
   fi
 done

@@ -6,20 +6,28 @@
 #include "ZelImageProcessorFlipHorizontal.h"
 #include "ZelImageProcessorFlipVertical.h"
 #include "ZelImageProcessorTemplate.h"
+// tonal
+// geometry
+// distortion
 
+#include <QMetaMethod>
 #include <QMetaObject>
 
 namespace {
 
 const QString kClassPrefix = QStringLiteral("ZelImageProcessor");
 
-// Every public effect class, one line each.
+// Every public effect class, one line each, grouped by family.
 const QList<const QMetaObject*> kEffects = {
+    // framework
     &ZelImageProcessorFlipHorizontal::staticMetaObject,
     &ZelImageProcessorFlipVertical::staticMetaObject,
     &ZelImageProcessorExampleGauss::staticMetaObject,
     &ZelImageProcessorExampleGrayscale::staticMetaObject,
     &ZelImageProcessorTemplate::staticMetaObject,
+    // tonal
+    // geometry
+    // distortion
 };
 
 } // namespace
@@ -45,11 +53,49 @@ const QMetaObject* ZelEffectRegistry::find(const QString& name)
     return nullptr;
 }
 
+namespace {
+
+// The number of QImage arguments of a constructor that takes nothing else, or -1.
+int imageArgumentCount(const QMetaMethod& constructor)
+{
+    const QList<QByteArray> types = constructor.parameterTypes();
+    for (const QByteArray& type : types) {
+        if (type != "QImage")
+            return -1;
+    }
+    return types.size();
+}
+
+QObject* newInstanceOnImage(const QMetaObject* effect, const QImage& image)
+{
+    // The constructor on one image; effects that combine several (Combine) get it for each.
+    int best = -1;
+    for (int i = 0; i < effect->constructorCount(); ++i) {
+        const int count = imageArgumentCount(effect->constructor(i));
+        if (count == 1)
+            return effect->newInstance(Q_ARG(QImage, image));
+        if (count > 1 && (best < 0 || count < imageArgumentCount(effect->constructor(best))))
+            best = i;
+    }
+    if (best < 0)
+        return nullptr;
+    switch (imageArgumentCount(effect->constructor(best))) {
+    case 2:
+        return effect->newInstance(Q_ARG(QImage, image), Q_ARG(QImage, image));
+    case 3:
+        return effect->newInstance(Q_ARG(QImage, image), Q_ARG(QImage, image), Q_ARG(QImage, image));
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace
+
 ZelImageProcessor* ZelEffectRegistry::create(const QMetaObject* effect, const QImage& image)
 {
     if (!effect)
         return nullptr;
-    QObject* object = image.isNull() ? effect->newInstance() : effect->newInstance(Q_ARG(QImage, image));
+    QObject* object = image.isNull() ? effect->newInstance() : newInstanceOnImage(effect, image);
     auto* processor = qobject_cast<ZelImageProcessor*>(object);
     if (!processor)
         delete object;

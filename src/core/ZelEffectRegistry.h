@@ -22,7 +22,8 @@ public:
     // The class name without the "ZelImageProcessor" prefix.
     static QString shortName(const QMetaObject* effect);
     // A new effect object (the caller owns it), on image unless image is null; null when the
-    // class cannot be constructed that way.
+    // class cannot be constructed that way. An effect without a constructor on one image but
+    // with one on several (Combine) gets image for each.
     static ZelImageProcessor* create(const QMetaObject* effect, const QImage& image = QImage());
 };
 

@@ -63,15 +63,17 @@ signals:
 
 protected:
     // The body of every effect's initImplementation: replaces the current implementation by a
-    // new Impl (on a copy of *image, or without image), points the Impl's own back pointer at
-    // the public object and relays the Impl's signals.
-    template <class Impl, class Public>
-    void installImplementation(Public* self, const QImage* image)
+    // new Impl, on copies of the given images when every one is there (most effects take one,
+    // Combine two) and without images otherwise, points the Impl's own back pointer at the
+    // public object and relays the Impl's signals.
+    template <class Impl, class Public, class... Images>
+    void installImplementation(Public* self, const Images*... images)
     {
         disconnectImplementation();
         delete myImpl;
         myImpl = nullptr;
-        Impl* impl = image ? new Impl(*image) : new Impl();
+        const bool allImages = (... && (images != nullptr));
+        Impl* impl = allImages ? new Impl(*images...) : new Impl();
         impl->myPublic = self;
         myImpl = impl;
         connectImplementation();

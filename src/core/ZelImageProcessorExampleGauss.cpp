@@ -1,6 +1,7 @@
 #include "ZelImageProcessorExampleGauss.h"
 #include "ZelImageProcessorImpl_p.h"
 #include "ZelPixelMath_p.h"
+#include "ZelPixelWords_p.h"
 
 #include <QVector>
 
@@ -13,19 +14,6 @@ namespace {
 // A radius beyond this is refused (the source is returned unchanged): its kernel alone would
 // not fit in memory.
 constexpr int kMaximumRadius = 1 << 20;
-
-// The filter runs on 32-bit pixel words; other formats are converted first.
-QImage toPixelWords(const QImage& image)
-{
-    switch (image.format()) {
-    case QImage::Format_RGB32:
-    case QImage::Format_ARGB32:
-    case QImage::Format_ARGB32_Premultiplied:
-        return image;
-    default:
-        return image.convertToFormat(QImage::Format_RGB32);
-    }
-}
 
 // One pass of the separable filter over `count` pixels at `stride` words apart. A tap whose
 // neighbour lies outside the line reads the centre pixel instead; those taps are summed
@@ -183,7 +171,7 @@ QImage ZelImageProcessorExampleGaussImpl::applyFilterAlongYDirection(const QImag
 
 QImage ZelImageProcessorExampleGaussImpl::result()
 {
-    const QImage source = toPixelWords(sourceImage());
+    const QImage source = zelToPixelWords(sourceImage());
     QImage blurred = source;
     if (!source.isNull() && myBoxSize <= kMaximumRadius) {
         QVector<int> kernel;

@@ -7,6 +7,13 @@
 #include "ZelImageProcessorFlipVertical.h"
 #include "ZelImageProcessorTemplate.h"
 // tonal
+#include "ZelImageProcessorAdjustRGBIntensity.h"
+#include "ZelImageProcessorCombine.h"
+#include "ZelImageProcessorContrastStretch.h"
+#include "ZelImageProcessorGrayscale.h"
+#include "ZelImageProcessorIntensity.h"
+#include "ZelImageProcessorInvert.h"
+#include "ZelImageProcessorTint.h"
 // geometry
 // distortion
 
@@ -26,6 +33,13 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorExampleGrayscale::staticMetaObject,
     &ZelImageProcessorTemplate::staticMetaObject,
     // tonal
+    &ZelImageProcessorIntensity::staticMetaObject,
+    &ZelImageProcessorInvert::staticMetaObject,
+    &ZelImageProcessorCombine::staticMetaObject,
+    &ZelImageProcessorContrastStretch::staticMetaObject,
+    &ZelImageProcessorAdjustRGBIntensity::staticMetaObject,
+    &ZelImageProcessorTint::staticMetaObject,
+    &ZelImageProcessorGrayscale::staticMetaObject,
     // geometry
     // distortion
 };

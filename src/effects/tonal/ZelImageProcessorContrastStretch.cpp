@@ -1,0 +1,234 @@
+#include "ZelImageProcessorContrastStretch.h"
+#include "ZelHsv_p.h"
+#include "ZelImageProcessorImpl_p.h"
+#include "ZelPixelMath_p.h"
+#include "ZelTonalImage_p.h"
+
+#include <QVector>
+
+#include <array>
+#include <vector>
+
+namespace {
+
+using Histogram = std::array<qint64, 256>;
+
+// Counted in four interleaved partial histograms: neighbouring pixels mostly share a bin, and
+// one counter would make every increment wait for the one before.
+template <typename Bin>
+Histogram histogram(const QImage& image, Bin bin)
+{
+    std::array<std::array<quint32, 256>, 4> partial{};
+    const int width = image.width();
+    for (int y = 0; y < image.height(); ++y) {
+        const uchar* line = image.constScanLine(y);
+        int x = 0;
+        for (; x + 4 <= width; x += 4) {
+            ++partial[0][bin(line, x)];
+            ++partial[1][bin(line, x + 1)];
+            ++partial[2][bin(line, x + 2)];
+            ++partial[3][bin(line, x + 3)];
+        }
+        for (; x < width; ++x)
+            ++partial[0][bin(line, x)];
+    }
+    Histogram counts{};
+    for (const auto& part : partial)
+        for (int i = 0; i < 256; ++i)
+            counts[i] += part[i];
+    return counts;
+}
+
+Histogram valueHistogram(const QImage& image)
+{
+    return histogram(image, [](const uchar* line, int x) {
+        return zelHsvValue(reinterpret_cast<const QRgb*>(line)[x]);
+    });
+}
+
+Histogram indexHistogram(const QImage& image)
+{
+    return histogram(image, [](const uchar* line, int x) { return line[x]; });
+}
+
+struct StretchPoints
+{
+    int black = 0;
+    int white = 255;
+};
+
+// The first bins, from either end, at which the running count exceeds 1 % of the pixels.
+StretchPoints stretchPoints(const QVector<qint32>& histogram, int pixelCount)
+{
+    const double threshold = pixelCount * 0.01;
+    StretchPoints points;
+    qint64 sum = 0;
+    for (int bin = 0; bin < 256; ++bin) {
+        sum += histogram[bin];
+        if (double(sum) > threshold) {
+            points.black = bin;
+            break;
+        }
+    }
+    sum = 0;
+    for (int bin = 255; bin >= 0; --bin) {
+        sum += histogram[bin];
+        if (double(sum) > threshold) {
+            points.white = bin;
+            break;
+        }
+    }
+    return points;
+}
+
+// The stretch of the value between the points. The two paths test the ends in opposite order,
+// which differs only when both points are the same bin: intended.
+int stretchedValue(int value, StretchPoints points)
+{
+    if (value >= points.white)
+        return 255;
+    if (value > points.black)
+        return zelTruncToInt((value - points.black) * 255.0 / (points.white - points.black));
+    return 0;
+}
+
+int stretchedGrey(int grey, StretchPoints points)
+{
+    if (grey <= points.black)
+        return 0;
+    if (grey >= points.white)
+        return 255;
+    return zelTruncToInt((grey - points.black) * 255.0 / (points.white - points.black)) & 0xFF;
+}
+
+} // namespace
+
+class ZelImageProcessorContrastStretchImpl : public ZelImageProcessorImpl
+{
+    Q_OBJECT
+public:
+    ZelImageProcessorContrastStretchImpl()
+        : ZelImageProcessorImpl(QString())
+    {
+    }
+    explicit ZelImageProcessorContrastStretchImpl(const QImage& image)
+        : ZelImageProcessorImpl(image, QString())
+    {
+    }
+
+public slots:
+    QImage result() override;
+    QImage generatePreview(const QSize& size) override
+    {
+        return previewWith<ZelImageProcessorContrastStretch>(sourceImageScaled(size));
+    }
+    QImage generatePreview(const QRect& rect) override
+    {
+        return previewWith<ZelImageProcessorContrastStretch>(sectionOfSourceImage(rect));
+    }
+
+protected:
+    QString progressTitle() const override { return tr("Kontrast spreizen"); }
+
+private:
+    // Counts wrap like the 32-bit counters they are instead of overflowing.
+    void accumulate(const Histogram& counts);
+    QImage stretchIndexed(const QImage& source, StretchPoints points);
+    static QImage stretchPixelWords(const QImage& source, StretchPoints points);
+
+    QVector<qint32> myHistogram;
+
+public:
+    ZelImageProcessorContrastStretch* myPublic = nullptr;
+};
+
+void ZelImageProcessorContrastStretchImpl::accumulate(const Histogram& counts)
+{
+    myHistogram.resize(256);
+    for (int bin = 0; bin < 256; ++bin)
+        myHistogram[bin] = qint32(quint32(myHistogram[bin]) + quint32(quint64(counts[bin])));
+}
+
+QImage ZelImageProcessorContrastStretchImpl::stretchIndexed(const QImage& source, StretchPoints points)
+{
+    QVector<QRgb> table = source.colorTable();
+    for (QRgb& entry : table) {
+        const int grey = (11 * qRed(entry) + 16 * qGreen(entry) + 5 * qBlue(entry)) >> 5;
+        const int stretched = stretchedGrey(grey, points);
+        entry = qRgb(stretched, stretched, stretched);
+    }
+    QImage stretched = source;
+    stretched.setColorTable(table);
+    emit finished(false);
+    return stretched;
+}
+
+QImage ZelImageProcessorContrastStretchImpl::stretchPixelWords(const QImage& source, StretchPoints points)
+{
+    QImage stretched = zelBlankLike(source);
+    if (stretched.isNull())
+        return stretched;
+    // What the channel maximum and minimum decide, by max << 8 | min: the stretched value, the
+    // saturation and the low channel, packed as value << 16 | saturation << 8 | low.
+    std::vector<quint32> byExtremes(256 * 256);
+    const uint8_t* saturations = zelHsvSaturationTable();
+    for (int max = 0; max < 256; ++max) {
+        const int value = stretchedValue(max, points);
+        for (int min = 0; min <= max; ++min) {
+            const int saturation = saturations[max << 8 | min];
+            byExtremes[max << 8 | min] = quint32(value << 16 | saturation << 8 | zelHsvLow(saturation, value));
+        }
+    }
+    const int width = source.width();
+    for (int y = 0; y < source.height(); ++y) {
+        const QRgb* in = reinterpret_cast<const QRgb*>(source.constScanLine(y));
+        QRgb* out = reinterpret_cast<QRgb*>(stretched.scanLine(y));
+        for (int x = 0; x < width; ++x) {
+            const QRgb pixel = in[x];
+            const int red = qRed(pixel);
+            const int green = qGreen(pixel);
+            const int blue = qBlue(pixel);
+            const int max = qMax(red, qMax(green, blue));
+            const int min = qMin(red, qMin(green, blue));
+            const quint32 extremes = byExtremes[max << 8 | min];
+            // Greys need no branch: hue 0 with saturation 0 gives the grey of the value.
+            out[x] = zelChromaticHsvToRgb(zelHsvHue(red, green, blue, max, min), (extremes >> 8) & 0xFF,
+                                          int(extremes >> 16), int(extremes & 0xFF));
+        }
+    }
+    return stretched;
+}
+
+QImage ZelImageProcessorContrastStretchImpl::result()
+{
+    const QImage source = zelToPointOperationFormat(sourceImage());
+    const bool indexed = source.format() == QImage::Format_Indexed8;
+    accumulate(indexed ? indexHistogram(source) : valueHistogram(source));
+    const StretchPoints points = stretchPoints(myHistogram, countSourceImagePixels());
+    if (indexed)
+        return stretchIndexed(source, points);
+    return stretchPixelWords(source, points);
+}
+
+ZelImageProcessorContrastStretch::ZelImageProcessorContrastStretch()
+{
+    initImplementation(nullptr);
+}
+
+ZelImageProcessorContrastStretch::ZelImageProcessorContrastStretch(const QImage& image)
+    : ZelImageProcessor(image)
+{
+    initImplementation(&image);
+}
+
+void ZelImageProcessorContrastStretch::initImplementation(const QImage* image)
+{
+    installImplementation<ZelImageProcessorContrastStretchImpl>(this, image);
+}
+
+void ZelImageProcessorContrastStretch::cancel() { myImpl->cancel(); }
+QImage ZelImageProcessorContrastStretch::result() { return myImpl->result(); }
+QImage ZelImageProcessorContrastStretch::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
+QImage ZelImageProcessorContrastStretch::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
+
+#include "ZelImageProcessorContrastStretch.moc"

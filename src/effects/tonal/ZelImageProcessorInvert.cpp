@@ -1,0 +1,85 @@
+#include "ZelImageProcessorInvert.h"
+#include "ZelImageProcessorImpl_p.h"
+#include "ZelTonalImage_p.h"
+
+class ZelImageProcessorInvertImpl : public ZelImageProcessorImpl
+{
+    Q_OBJECT
+public:
+    ZelImageProcessorInvertImpl()
+        : ZelImageProcessorImpl(QString())
+    {
+    }
+    explicit ZelImageProcessorInvertImpl(const QImage& image)
+        : ZelImageProcessorImpl(image, QString())
+    {
+    }
+
+    ZelImageProcessorInvert* myPublic = nullptr;
+
+public slots:
+    QImage result() override;
+    QImage generatePreview(const QSize& size) override
+    {
+        return previewWith<ZelImageProcessorInvert>(sourceImageScaled(size));
+    }
+    QImage generatePreview(const QRect& rect) override
+    {
+        return previewWith<ZelImageProcessorInvert>(sectionOfSourceImage(rect));
+    }
+
+protected:
+    QString progressTitle() const override { return tr("Invertieren"); }
+};
+
+QImage ZelImageProcessorInvertImpl::result()
+{
+    const QImage source = zelToPointOperationFormat(sourceImage());
+    QImage inverted = zelBlankLike(source);
+    if (!inverted.isNull()) {
+        const QString title = progressTitle();
+        const bool indexed = source.format() == QImage::Format_Indexed8;
+        const int width = source.width();
+        const int height = source.height();
+        for (int y = 0; y < height; ++y) {
+            if (indexed) {
+                const uchar* in = source.constScanLine(y);
+                uchar* out = inverted.scanLine(y);
+                for (int x = 0; x < width; ++x)
+                    out[x] = uchar(255 - in[x]);
+            } else {
+                const QRgb* in = reinterpret_cast<const QRgb*>(source.constScanLine(y));
+                QRgb* out = reinterpret_cast<QRgb*>(inverted.scanLine(y));
+                // Alpha becomes 255 on purpose: an inverted picture is always opaque.
+                for (int x = 0; x < width; ++x)
+                    out[x] = ~in[x] | 0xFF000000u;
+            }
+            emit progress(title, QString(), y, height - 1);
+        }
+    }
+    emit finished(false);
+    return inverted;
+}
+
+ZelImageProcessorInvert::ZelImageProcessorInvert()
+{
+    initImplementation(nullptr);
+}
+
+ZelImageProcessorInvert::ZelImageProcessorInvert(const QImage& image)
+    : ZelImageProcessor(image)
+{
+    initImplementation(&image);
+}
+
+void ZelImageProcessorInvert::initImplementation(const QImage* image)
+{
+    installImplementation<ZelImageProcessorInvertImpl>(this, image);
+}
+
+void ZelImageProcessorInvert::cancel() { myImpl->cancel(); }
+QImage ZelImageProcessorInvert::result() { return myImpl->result(); }
+QImage ZelImageProcessorInvert::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
+QImage ZelImageProcessorInvert::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
+
+#include "ZelImageProcessorInvert.moc"

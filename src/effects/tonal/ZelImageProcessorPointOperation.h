@@ -1,0 +1,28 @@
+#ifndef ZELIMAGEPROCESSORPOINTOPERATION_H
+#define ZELIMAGEPROCESSORPOINTOPERATION_H
+
+#include "ZelImageProcessor.h"
+
+#include <QPoint>
+
+// The skeleton of a point operation, computing nothing: result() and both previews give null
+// images and pointOperation() gives 0. It has no meta-object of its own (no Q_OBJECT), so the
+// effect registry cannot offer it.
+class ZelImageProcessorPointOperation : public ZelImageProcessor
+{
+public:
+    ZelImageProcessorPointOperation();
+    explicit ZelImageProcessorPointOperation(const QImage& image);
+
+    quint32 pointOperation(const QPoint& point) const;
+
+    void cancel() override;
+    QImage result() override;
+    QImage generatePreview(const QSize& size) override;
+    QImage generatePreview(const QRect& rect) override;
+
+private:
+    void initImplementation(const QImage* image);
+};
+
+#endif

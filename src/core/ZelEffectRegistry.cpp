@@ -15,6 +15,10 @@
 #include "ZelImageProcessorInvert.h"
 #include "ZelImageProcessorTint.h"
 // geometry
+#include "ZelImageProcessorCut.h"
+#include "ZelImageProcessorRotate.h"
+#include "ZelImageProcessorScale.h"
+#include "ZelImageProcessorShift.h"
 // distortion
 
 #include <QMetaMethod>
@@ -41,6 +45,10 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorTint::staticMetaObject,
     &ZelImageProcessorGrayscale::staticMetaObject,
     // geometry
+    &ZelImageProcessorRotate::staticMetaObject,
+    &ZelImageProcessorCut::staticMetaObject,
+    &ZelImageProcessorScale::staticMetaObject,
+    &ZelImageProcessorShift::staticMetaObject,
     // distortion
 };
 

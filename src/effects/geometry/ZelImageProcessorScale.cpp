@@ -1,0 +1,85 @@
+#include "ZelImageProcessorScale.h"
+#include "ZelImageProcessorImpl_p.h"
+
+#include <QMatrix>
+
+class ZelImageProcessorScaleImpl : public ZelImageProcessorImpl
+{
+    Q_OBJECT
+public:
+    ZelImageProcessorScaleImpl()
+        : ZelImageProcessorImpl(tr("Skalieren"))
+    {
+    }
+    explicit ZelImageProcessorScaleImpl(const QImage& image)
+        : ZelImageProcessorImpl(image, tr("Skalieren"))
+    {
+    }
+
+    void setFactors(double horizontal, double vertical)
+    {
+        myHorizontalFactor = horizontal;
+        myVerticalFactor = vertical;
+    }
+
+    ZelImageProcessorScale* myPublic = nullptr;
+
+public slots:
+    QImage result() override
+    {
+        connectProgressSignalizer();
+        // Qt gives a null image for factors whose result cannot be allocated, is empty or is not finite.
+        const QImage scaled = sourceImage().transformed(QMatrix().scale(myHorizontalFactor, myVerticalFactor),
+                                                        Qt::SmoothTransformation);
+        disconnectProgressSignalizer();
+        emit finished(false);
+        return scaled;
+    }
+    // Deliberately without the factors: previews show the image at factor 1.0.
+    QImage generatePreview(const QSize& size) override
+    {
+        return previewWith<ZelImageProcessorScale>(sourceImageScaled(size));
+    }
+    QImage generatePreview(const QRect& rect) override
+    {
+        return previewWith<ZelImageProcessorScale>(sectionOfSourceImage(rect));
+    }
+
+protected:
+    QString progressTitle() const override { return effectName(); }
+
+private:
+    double myHorizontalFactor = 1.0;
+    double myVerticalFactor = 1.0;
+};
+
+ZelImageProcessorScale::ZelImageProcessorScale()
+{
+    initImplementation(nullptr);
+}
+
+ZelImageProcessorScale::ZelImageProcessorScale(const QImage& image)
+    : ZelImageProcessor(image)
+{
+    initImplementation(&image);
+}
+
+void ZelImageProcessorScale::initImplementation(const QImage* image)
+{
+    // Lower-case "toolTip" and the trailing blank are the application's, kept as they are.
+    setProperty("toolTip", tr("Breite und Höhe des Fotos ändern "));
+    setProperty("IconName", QStringLiteral("ico_scale"));
+    installImplementation<ZelImageProcessorScaleImpl>(this, image);
+}
+
+void ZelImageProcessorScale::setParameters(double horizontal, double vertical)
+{
+    static_cast<ZelImageProcessorScaleImpl*>(myImpl)->setFactors(horizontal, vertical);
+}
+
+void ZelImageProcessorScale::cancel() { myImpl->cancel(); }
+QImage ZelImageProcessorScale::result() { return myImpl->result(); }
+QImage ZelImageProcessorScale::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
+QImage ZelImageProcessorScale::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
+
+#include "ZelImageProcessorScale.moc"

@@ -20,6 +20,11 @@
 #include "ZelImageProcessorScale.h"
 #include "ZelImageProcessorShift.h"
 // distortion
+#include "ZelImageProcessorIllusion.h"
+#include "ZelImageProcessorMosaic.h"
+#include "ZelImageProcessorRipple.h"
+#include "ZelImageProcessorSplash.h"
+#include "ZelImageProcessorThreeDGrid.h"
 
 #include <QMetaMethod>
 #include <QMetaObject>
@@ -50,6 +55,11 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorScale::staticMetaObject,
     &ZelImageProcessorShift::staticMetaObject,
     // distortion
+    &ZelImageProcessorRipple::staticMetaObject,
+    &ZelImageProcessorSplash::staticMetaObject,
+    &ZelImageProcessorThreeDGrid::staticMetaObject,
+    &ZelImageProcessorMosaic::staticMetaObject,
+    &ZelImageProcessorIllusion::staticMetaObject,
 };
 
 } // namespace

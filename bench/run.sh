@@ -11,7 +11,7 @@ zelfx=$1
 shift
 
 effects=$("$zelfx" list --bench)
-printf '%-32s %12s %12s %16s\n' effect 'median ms' 'ns/pixel' 'ratio to memcpy'
+printf '%-24s %12s %10s %16s %22s\n' effect 'median ms' 'ns/pixel' 'ratio to memcpy' 'ratio to fresh memcpy'
 failed=0
 errors=$(mktemp)
 trap 'rm -f "$errors"' EXIT
@@ -21,10 +21,11 @@ for effect in $effects; do
   if output=$("$zelfx" bench "$effect" "$@" 2>"$errors"); then
     awk -F '\t' -v effect="$effect" '
       { value[$1] = $2 }
-      END { printf "%-32s %12.3f %12.3f %16.2f\n", effect, value["median_ms"], value["ns_per_pixel"], value["ratio_to_memcpy"] }
+      END { printf "%-24s %12.3f %10.3f %16.2f %22.2f\n", effect, value["median_ms"], value["ns_per_pixel"],
+                  value["ratio_to_memcpy"], value["ratio_to_fresh_memcpy"] }
     ' <<<"$output"
   else
-    printf '%-32s %s\n' "$effect" "failed (exit $?)"
+    printf '%-24s %s\n' "$effect" "failed (exit $?)"
     sed 's/^/    /' "$errors"
     failed=1
   fi

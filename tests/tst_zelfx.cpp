@@ -101,7 +101,7 @@ class ZelImageProcessorToolProbe : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorToolProbe() { installImplementation<ZelImageProcessorToolProbeImpl>(this, nullptr); }
+    Q_INVOKABLE ZelImageProcessorToolProbe() { installImplementation<ZelImageProcessorToolProbeImpl>(this, static_cast<const QImage*>(nullptr)); }
     explicit ZelImageProcessorToolProbe(const QString& xmlTagName)
         : ZelImageProcessorToolProbe()
     {
@@ -1218,8 +1218,9 @@ void TestZelfx::bench()
     const ToolRun run = zelfx({"bench", "FlipHorizontal", "--size", "64x48", "--repeat", "1"});
     QCOMPARE(run.exitCode, int(ExitSuccess));
     const QStringList lines = run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    QCOMPARE(lines.size(), 4);
-    const QStringList names{"median_ms", "ns_per_pixel", "memcpy_ms", "ratio_to_memcpy"};
+    QCOMPARE(lines.size(), 6);
+    const QStringList names{"median_ms", "ns_per_pixel", "memcpy_ms", "ratio_to_memcpy", "fresh_memcpy_ms",
+                            "ratio_to_fresh_memcpy"};
     QVector<double> values;
     for (int i = 0; i < lines.size(); ++i) {
         const QStringList fields = lines.at(i).split(QLatin1Char('\t'));
@@ -1232,6 +1233,7 @@ void TestZelfx::bench()
     const double medianMs = values[0];
     QVERIFY(qAbs(values[1] - medianMs * 1e6 / (64 * 48)) <= 0.001 + 0.01 * values[1]);
     QVERIFY(qAbs(values[3] - medianMs / values[2]) <= 0.001 + 0.01 * values[3]);
+    QVERIFY(qAbs(values[5] - medianMs / values[4]) <= 0.001 + 0.01 * values[5]);
 }
 
 void TestZelfx::benchNullImage()
@@ -1254,7 +1256,7 @@ void TestZelfx::benchScript()
     const QStringList benchmarked = zelfx({"list", "--bench"}).out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     QCOMPARE(lines.size(), benchmarked.size() + 1);
     QVERIFY(lines.first().contains(QLatin1String("ratio to memcpy")));
-    const QRegularExpression row(QStringLiteral("^(\\w+) +\\d+\\.\\d{3} +\\d+\\.\\d{3} +\\d+\\.\\d{2}$"));
+    const QRegularExpression row(QStringLiteral("^(\\w+) +\\d+\\.\\d{3} +\\d+\\.\\d{3} +\\d+\\.\\d{2} +\\d+\\.\\d{2}$"));
     for (int i = 0; i < benchmarked.size(); ++i) {
         const QRegularExpressionMatch match = row.match(lines.at(i + 1));
         QVERIFY2(match.hasMatch(), qPrintable(lines.at(i + 1)));

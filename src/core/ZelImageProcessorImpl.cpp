@@ -1,4 +1,5 @@
 #include "ZelImageProcessorImpl_p.h"
+#include "ZelParameterDescriptionNumber.h"
 #include "ZelProgressSignalizer.h"
 
 ZelImageProcessorImpl::ZelImageProcessorImpl(const QString& effectName)
@@ -60,6 +61,19 @@ void ZelImageProcessorImpl::addParameter(const QString&, ZelParameterDescription
                                          int row, int column)
 {
     myParameters.add(description, row, column);
+}
+
+void ZelImageProcessorImpl::addNumberParameter(const QString& key, const QString& visibleName,
+                                               const QVariant& value, const QVariant& minimum,
+                                               const QVariant& maximum, int row, int column)
+{
+    ZelParameterDescriptionNumber number;
+    number.setParameterName(key);
+    number.setVisibleName(visibleName);
+    number.setValue(value);
+    number.setDefaultValue(value);
+    number.setRange(minimum, maximum);
+    addParameter(key, number, row, column);
 }
 
 void ZelImageProcessorImpl::setParameterValue(const QString& key, int value)

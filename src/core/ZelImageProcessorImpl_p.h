@@ -40,6 +40,10 @@ public:
 
     // The key is not used for filing: the container files under the description's own name.
     void addParameter(const QString& key, ZelParameterDescription description, int row, int column);
+    // The common case: a numeric parameter under key with value and default value, a range and
+    // nothing else (no user-visible range, not checkable), filed at (row, column).
+    void addNumberParameter(const QString& key, const QString& visibleName, const QVariant& value,
+                            const QVariant& minimum, const QVariant& maximum, int row, int column);
     void setParameterValue(const QString& key, int value);
     void setParameterDefaultValue(const QString& key, int value);
     // 0 for a disabled parameter when respectEnabled is true, else the value as int.

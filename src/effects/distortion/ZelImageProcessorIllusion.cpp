@@ -1,6 +1,5 @@
 #include "ZelImageProcessorIllusion.h"
 #include "ZelImageProcessorImpl_p.h"
-#include "ZelParameterDescriptionNumber.h"
 #include "ZelPixelMath_p.h"
 #include "ZelPixelWords_p.h"
 #include "ZelPrismWedges_p.h"
@@ -74,13 +73,7 @@ public:
 
 void ZelImageProcessorIllusionImpl::createParameterDescriptions()
 {
-    ZelParameterDescriptionNumber sectionCount;
-    sectionCount.setParameterName(QStringLiteral("ASectionCount"));
-    sectionCount.setVisibleName(tr("Anzahl der Teilstücke"));
-    sectionCount.setValue(3);
-    sectionCount.setDefaultValue(3);
-    sectionCount.setRange(0, 360);
-    addParameter(QStringLiteral("ASectionCount"), sectionCount, 0, 0);
+    addNumberParameter(QStringLiteral("ASectionCount"), tr("Anzahl der Teilstücke"), 3, 0, 360, 0, 0);
 }
 
 // A section count of 0 makes θ infinite and every wedge direction NaN: the shifted coordinates

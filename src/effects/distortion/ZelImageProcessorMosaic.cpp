@@ -1,6 +1,5 @@
 #include "ZelImageProcessorMosaic.h"
 #include "ZelImageProcessorImpl_p.h"
-#include "ZelParameterDescriptionNumber.h"
 #include "ZelPixelMath_p.h"
 #include "ZelPixelWords_p.h"
 
@@ -80,13 +79,7 @@ public:
 
 void ZelImageProcessorMosaicImpl::createParameterDescriptions()
 {
-    ZelParameterDescriptionNumber blockSize;
-    blockSize.setParameterName(QStringLiteral("ABlockSize"));
-    blockSize.setVisibleName(tr("Stärke"));
-    blockSize.setValue(10);
-    blockSize.setDefaultValue(10);
-    blockSize.setRange(1, 100);
-    addParameter(QStringLiteral("ABlockSize"), blockSize, 0, 0);
+    addNumberParameter(QStringLiteral("ABlockSize"), tr("Stärke"), 10, 1, 100, 0, 0);
     updateParameters();
 }
 

@@ -1,7 +1,6 @@
 #include "ZelImageProcessorRipple.h"
 #include "ZelBilinearPixel_p.h"
 #include "ZelImageProcessorImpl_p.h"
-#include "ZelParameterDescriptionNumber.h"
 #include "ZelPixelMath_p.h"
 #include "ZelPixelWords_p.h"
 
@@ -228,21 +227,9 @@ public:
 
 void ZelImageProcessorRippleImpl::createParameterDescriptions()
 {
-    ZelParameterDescriptionNumber waveLength;
-    waveLength.setParameterName(QStringLiteral("AWaveLength"));
-    waveLength.setVisibleName(tr("Wellenlänge"));
-    waveLength.setValue(1);
-    waveLength.setDefaultValue(1);
-    waveLength.setRange(0, 100);
-    addParameter(QStringLiteral("AWaveLength"), waveLength, 0, 0);
+    addNumberParameter(QStringLiteral("AWaveLength"), tr("Wellenlänge"), 1, 0, 100, 0, 0);
 
-    ZelParameterDescriptionNumber amplitude;
-    amplitude.setParameterName(QStringLiteral("BAmplitude"));
-    amplitude.setVisibleName(tr("Amplitude"));
-    amplitude.setValue(1);
-    amplitude.setDefaultValue(1);
-    amplitude.setRange(1, 100);
-    addParameter(QStringLiteral("BAmplitude"), amplitude, 1, 0);
+    addNumberParameter(QStringLiteral("BAmplitude"), tr("Amplitude"), 1, 1, 100, 1, 0);
 
     updateAmplitude();
     updateWavelength();

@@ -1,6 +1,5 @@
 #include "ZelImageProcessorSplash.h"
 #include "ZelImageProcessorImpl_p.h"
-#include "ZelParameterDescriptionNumber.h"
 #include "ZelPixelWords_p.h"
 
 #include <cstdlib>
@@ -66,13 +65,7 @@ private:
 
 void ZelImageProcessorSplashImpl::createParameterDescriptions()
 {
-    ZelParameterDescriptionNumber density;
-    density.setParameterName(QStringLiteral("ADensity"));
-    density.setVisibleName(tr("Stärke"));
-    density.setValue(10);
-    density.setDefaultValue(10);
-    density.setRange(0, 100);
-    addParameter(QStringLiteral("ADensity"), density, 0, 0);
+    addNumberParameter(QStringLiteral("ADensity"), tr("Stärke"), 10, 0, 100, 0, 0);
 }
 
 QImage ZelImageProcessorSplashImpl::applySplash(const QImage& source, int density)

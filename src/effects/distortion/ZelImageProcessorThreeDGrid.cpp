@@ -1,6 +1,5 @@
 #include "ZelImageProcessorThreeDGrid.h"
 #include "ZelImageProcessorImpl_p.h"
-#include "ZelParameterDescriptionNumber.h"
 #include "ZelPixelMath_p.h"
 #include "ZelPixelWords_p.h"
 
@@ -149,21 +148,9 @@ public:
 
 void ZelImageProcessorThreeDGridImpl::createParameterDescriptions()
 {
-    ZelParameterDescriptionNumber cellSize;
-    cellSize.setParameterName(QStringLiteral("ACellSize"));
-    cellSize.setVisibleName(tr("Gittergröße"));
-    cellSize.setValue(10);
-    cellSize.setDefaultValue(10);
-    cellSize.setRange(1, 100);
-    addParameter(QStringLiteral("ACellSize"), cellSize, 0, 0);
+    addNumberParameter(QStringLiteral("ACellSize"), tr("Gittergröße"), 10, 1, 100, 0, 0);
 
-    ZelParameterDescriptionNumber lineDepth;
-    lineDepth.setParameterName(QStringLiteral("BLineDepth"));
-    lineDepth.setVisibleName(tr("Linientiefe"));
-    lineDepth.setValue(10);
-    lineDepth.setDefaultValue(10);
-    lineDepth.setRange(0, 100);
-    addParameter(QStringLiteral("BLineDepth"), lineDepth, 1, 0);
+    addNumberParameter(QStringLiteral("BLineDepth"), tr("Linientiefe"), 10, 0, 100, 1, 0);
 
     // The raw parameter values; result() always measures them on the image first.
     myCellSizeInPixels = 10;

@@ -1,6 +1,5 @@
 #include "ZelImageProcessorRotate.h"
 #include "ZelImageProcessorImpl_p.h"
-#include "ZelParameterDescriptionNumber.h"
 
 #include <QMatrix>
 
@@ -45,13 +44,7 @@ protected:
 private:
     void createParameterDescriptions()
     {
-        ZelParameterDescriptionNumber degrees;
-        degrees.setParameterName(QStringLiteral("Degrees"));
-        degrees.setVisibleName(tr("Grad"));
-        degrees.setValue(0.0);
-        degrees.setDefaultValue(0.0);
-        degrees.setRange(0.0, 360.0);
-        addParameter(QStringLiteral("Degrees"), degrees, 0, 0);
+        addNumberParameter(QStringLiteral("Degrees"), tr("Grad"), 0.0, 0.0, 360.0, 0, 0);
     }
 
     QImage preview(const QImage& image) const

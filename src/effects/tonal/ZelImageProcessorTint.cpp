@@ -1,7 +1,6 @@
 #include "ZelImageProcessorTint.h"
 #include "ZelHsv_p.h"
 #include "ZelImageProcessorImpl_p.h"
-#include "ZelParameterDescriptionNumber.h"
 #include "ZelPixelMath_p.h"
 #include "ZelTonalImage_p.h"
 
@@ -132,21 +131,9 @@ public:
 
 void ZelImageProcessorTintImpl::createParameterDescriptions()
 {
-    ZelParameterDescriptionNumber saturation;
-    saturation.setParameterName(kSaturation);
-    saturation.setVisibleName(tr("Farbfilter"));
-    saturation.setValue(0);
-    saturation.setDefaultValue(0);
-    saturation.setRange(1, 100);
-    addParameter(kSaturation, saturation, 0, 0);
+    addNumberParameter(kSaturation, tr("Farbfilter"), 0, 1, 100, 0, 0);
 
-    ZelParameterDescriptionNumber hue;
-    hue.setParameterName(kHue);
-    hue.setVisibleName(tr("Farbton"));
-    hue.setValue(0);
-    hue.setDefaultValue(0);
-    hue.setRange(1, 359);
-    addParameter(kHue, hue, 1, 0);
+    addNumberParameter(kHue, tr("Farbton"), 0, 1, 359, 1, 0);
 }
 
 const TintStep& ZelImageProcessorTintImpl::step(int hue, double fraction)

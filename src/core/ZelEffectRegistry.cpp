@@ -25,6 +25,8 @@
 #include "ZelImageProcessorRipple.h"
 #include "ZelImageProcessorSplash.h"
 #include "ZelImageProcessorThreeDGrid.h"
+// magick
+// composition
 
 #include <QMetaMethod>
 #include <QMetaObject>
@@ -60,6 +62,8 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorThreeDGrid::staticMetaObject,
     &ZelImageProcessorMosaic::staticMetaObject,
     &ZelImageProcessorIllusion::staticMetaObject,
+    // magick
+    // composition
 };
 
 } // namespace

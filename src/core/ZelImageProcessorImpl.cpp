@@ -128,6 +128,11 @@ bool ZelImageProcessorImpl::sourceImageIs8BitIndexedFormat() const
     return mySourceImage.format() == QImage::Format_Indexed8;
 }
 
+ZelMagickWandWrapper ZelImageProcessorImpl::createMagickWandWrapper() const
+{
+    return ZelMagickWandWrapper(myProgressSignalizer);
+}
+
 QImage ZelImageProcessorImpl::applySubProcessor(ZelImageProcessor* sub)
 {
     const QMetaObject::Connection relay = connect(sub, &ZelImageProcessor::progress, this,

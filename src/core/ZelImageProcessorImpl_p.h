@@ -2,6 +2,7 @@
 #define ZELIMAGEPROCESSORIMPL_P_H
 
 #include "ZelImageProcessor.h"
+#include "ZelMagickWandWrapper.h"
 #include "ZelParameterDescriptionContainer.h"
 
 #include <QImage>
@@ -56,6 +57,9 @@ public:
     QImage sectionOfSourceImage(const QRect& rect) const;
     int countSourceImagePixels() const;
     bool sourceImageIs8BitIndexedFormat() const;
+
+    // The bridge into ImageMagick, reporting through this effect's signalizer.
+    ZelMagickWandWrapper createMagickWandWrapper() const;
 
     // Runs sub->result() with sub's progress relayed as this object's progress.
     QImage applySubProcessor(ZelImageProcessor* sub);

@@ -1,0 +1,343 @@
+#include "ZelMagickWandWrapper.h"
+
+#include "ZelProgressSignalizer.h"
+
+#include <QDebug>
+#include <QPainter>
+
+#include <cmath>
+#include <cstdlib>
+
+// The numbers the application's ImageMagick 6 calls are defined by.
+static_assert(CharPixel == 1, "CharPixel");
+static_assert(GRAYColorspace == 2, "GRAYColorspace");
+static_assert(ArcDistortion == 9, "ArcDistortion");
+static_assert(AbsoluteErrorMetric == 1, "AbsoluteErrorMetric");
+static_assert(MeanAbsoluteErrorMetric == 2, "MeanAbsoluteErrorMetric");
+static_assert(PeakAbsoluteErrorMetric == 5, "PeakAbsoluteErrorMetric");
+static_assert(ConstantVirtualPixelMethod == 2, "virtual-pixel method 2");
+
+namespace {
+
+// All colour channels and alpha: ImageMagick 6's red, green, blue, opacity, black and index.
+constexpr ChannelType kAllChannels = static_cast<ChannelType>(0x3F);
+
+// ImageMagick's start of life, once per process; thread-safe through the static's initialisation.
+// One ImageMagick thread, so that operations and their progress run on the caller's thread.
+void ensureMagickStarted()
+{
+    static const bool started = [] {
+        MagickWandGenesis();
+        MagickSetResourceLimit(ThreadResource, 1);
+        std::atexit(MagickWandTerminus);
+        return true;
+    }();
+    Q_UNUSED(started);
+}
+
+} // namespace
+
+MagickBooleanType TessaroonMagickProgressMonitor(const char* text, const MagickOffsetType offset,
+                                                 const MagickSizeType span, void* clientData)
+{
+    auto* signalizer = static_cast<ZelProgressSignalizer*>(clientData);
+    if (!signalizer) {
+        qWarning("TessaroonMagickProgressMonitor, cast to ZelProgressSignalizer failed.");
+        return MagickTrue;
+    }
+    signalizer->setProgress(static_cast<int>(offset), static_cast<int>(span));
+    signalizer->setProcessName(QString::fromLatin1(text ? text : "").remove(QStringLiteral("/Image/")));
+    return signalizer->cancelled() && signalizer->cancelAllowed() ? MagickFalse : MagickTrue;
+}
+
+ZelMagickWandWrapper::ZelMagickWandWrapper(ZelProgressSignalizer* signalizer)
+    : mySignalizer(signalizer)
+{
+    ensureMagickStarted();
+}
+
+ZelMagickWandWrapper::~ZelMagickWandWrapper() = default;
+
+void ZelMagickWandWrapper::toMagickWand(const QImage& image, MagickWand* wand) const
+{
+    const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
+    if (!argb.isNull())
+        MagickConstituteImage(wand, size_t(argb.width()), size_t(argb.height()), "BGRA", CharPixel, argb.constBits());
+    if (mySignalizer)
+        mySignalizer->start();
+    // A wand without image (null source, or an allocation ImageMagick refused) has no monitor.
+    if (Image* constituted = GetImageFromMagickWand(wand))
+        SetImageProgressMonitor(constituted, TessaroonMagickProgressMonitor, mySignalizer);
+}
+
+void ZelMagickWandWrapper::toMagickWand(const QPixmap& pixmap, MagickWand* wand) const
+{
+    toMagickWand(pixmap.toImage(), wand);
+}
+
+MagickWand* ZelMagickWandWrapper::createWand(const QImage& image) const
+{
+    MagickWand* wand = NewMagickWand();
+    toMagickWand(image, wand);
+    return wand;
+}
+
+MagickWand* ZelMagickWandWrapper::createWand(const QPixmap& pixmap) const
+{
+    return createWand(pixmap.toImage());
+}
+
+QImage ZelMagickWandWrapper::fromMagickWand(MagickWand* wand) const
+{
+    if (!GetImageFromMagickWand(wand))
+        return QImage();
+    const size_t width = MagickGetImageWidth(wand);
+    const size_t height = MagickGetImageHeight(wand);
+    if (width == 0 || height == 0 || width > size_t(INT_MAX) || height > size_t(INT_MAX))
+        return QImage();
+    QImage image(int(width), int(height), QImage::Format_ARGB32);
+    if (image.isNull())
+        return image;
+    MagickExportImagePixels(wand, 0, 0, width, height, "BGRA", CharPixel, image.bits());
+    return image;
+}
+
+QImage ZelMagickWandWrapper::consumeWand(MagickWand* wand) const
+{
+    const QImage image = fromMagickWand(wand);
+    DestroyMagickWand(wand);
+    return image;
+}
+
+QImage ZelMagickWandWrapper::getImageFromWand(MagickWand* wand) const
+{
+    // After a cancel the wand is deliberately not destroyed: the application's behaviour.
+    if (mySignalizer && mySignalizer->cancelled())
+        return QImage();
+    qDebug("ZelMagickWandWrapper::arc not cancelled, doing fromMagickWand");
+    return consumeWand(wand);
+}
+
+void ZelMagickWandWrapper::setTransparentBackground(MagickWand* wand)
+{
+    PixelWand* background = NewPixelWand();
+    PixelSetColor(background, "#ffffff");
+    PixelSetAlpha(background, 0);
+    MagickSetImageBackgroundColor(wand, background);
+    DestroyPixelWand(background);
+    MagickSetImageVirtualPixelMethod(wand, ConstantVirtualPixelMethod);
+}
+
+QImage ZelMagickWandWrapper::sketch(const QImage& image, double radius, double sigma, double angle) const
+{
+    MagickWand* wand = createWand(image);
+    MagickQuantizeImages(wand, 256, GRAYColorspace, 0, MagickTrue, MagickFalse);
+    MagickSketchImage(wand, radius, sigma, angle);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::motionBlur(const QImage& image, double sigma, double angle) const
+{
+    MagickWand* wand = createWand(image);
+    MagickMotionBlurImage(wand, 6 * sigma, sigma, angle);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::sepia(const QImage& image, double percent) const
+{
+    MagickWand* wand = createWand(image);
+    size_t depth = 0;
+    MagickGetQuantumDepth(&depth);
+    const int maxVal = static_cast<int>(std::pow(2.0, double(depth)) - 1.0);
+    qDebug() << "maxVal : " << maxVal;
+    MagickQuantizeImages(wand, size_t(maxVal), GRAYColorspace, 0, MagickTrue, MagickFalse);
+    MagickSepiaToneImage(wand, maxVal * percent / 100.0);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::arc(const QImage& image, double arcAngle, double rotateAngle, double topFactor,
+                                 double bottomFactor) const
+{
+    // The inner radius is forced just inside the outer one.
+    if (!(bottomFactor < topFactor))
+        bottomFactor = topFactor * 0.99;
+    const double shorterSide = qMin(image.width(), image.height());
+    const double topRadius = shorterSide * topFactor * 0.5;
+    const double bottomRadius = shorterSide * bottomFactor * 0.5;
+    const double arguments[4] = {qMin(arcAngle, 361.0), rotateAngle, topRadius, bottomRadius};
+
+    MagickWand* wand = createWand(image);
+    setTransparentBackground(wand);
+    MagickDistortImage(wand, ArcDistortion, 4, arguments, MagickTrue);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::posterize(const QImage& image, int levels, bool dither) const
+{
+    MagickWand* wand = createWand(image);
+    MagickPosterizeImage(wand, size_t(qMax(levels, 0)), dither ? MagickTrue : MagickFalse);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::oilPainting(const QImage& image, double radius) const
+{
+    MagickWand* wand = createWand(image);
+    MagickOilPaintImage(wand, radius);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::emboss(const QImage& image, double radius, double sigma) const
+{
+    MagickWand* wand = createWand(image);
+    MagickQuantizeImages(wand, 256, GRAYColorspace, 0, MagickTrue, MagickFalse);
+    MagickEmbossImage(wand, radius, sigma);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::charcoal(const QImage& image, double radius, double sigma) const
+{
+    MagickWand* wand = createWand(image);
+    MagickCharcoalImage(wand, radius, 5 * sigma);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::implode(const QImage& image, double amount) const
+{
+    MagickWand* wand = createWand(image);
+    MagickImplodeImage(wand, amount);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::explode(const QImage& image, double amount) const
+{
+    return implode(image, amount);
+}
+
+QImage ZelMagickWandWrapper::shade(const QImage& image) const
+{
+    MagickWand* wand = createWand(image);
+    MagickShadeImage(wand, MagickTrue, 45.0, 30.0);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::swirl(const QImage& image, double degrees) const
+{
+    MagickWand* wand = createWand(image);
+    MagickSwirlImage(wand, degrees);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::wave(const QImage& image, double waveLength, double amplitude) const
+{
+    MagickWand* wand = createWand(image);
+    setTransparentBackground(wand);
+    MagickWaveImage(wand, amplitude, waveLength);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::grayscale(const QImage& image) const
+{
+    MagickWand* wand = createWand(image);
+    MagickQuantizeImages(wand, 256, GRAYColorspace, 0, MagickTrue, MagickFalse);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::blackWhite(const QImage& image) const
+{
+    MagickWand* wand = createWand(image);
+    MagickQuantizeImage(wand, 2, GRAYColorspace, 0, MagickTrue, MagickFalse);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::equalize(const QImage& image) const
+{
+    MagickWand* wand = createWand(image);
+    MagickEqualizeImage(wand);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::gammaCorrection(const QImage& image, double gamma) const
+{
+    MagickWand* wand = createWand(image);
+    MagickGammaImage(wand, gamma);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::adjustHSB(const QImage& image, double hue, double saturation, double brightness) const
+{
+    MagickWand* wand = createWand(image);
+    MagickModulateImage(wand, brightness, saturation, hue);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::adjustContrast(const QImage& image, double contrast, double gamma) const
+{
+    MagickWand* wand = createWand(image);
+    if (contrast != 0)
+        MagickSigmoidalContrastImage(wand, contrast > 0 ? MagickTrue : MagickFalse, contrast / 10, contrast / 20);
+    MagickGammaImage(wand, gamma);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::dropShadow(const QImage& image, double opacity, double sigma, int x, int y) const
+{
+    MagickWand* wand = createWand(image);
+    MagickShadowImage(wand, opacity, sigma, x, y);
+    return getImageFromWand(wand);
+}
+
+QImage ZelMagickWandWrapper::compare(const QImage& a, const QImage& b, double& absoluteError,
+                                     double& meanAbsoluteError, double& peakAbsoluteError) const
+{
+    MagickWand* wandA = createWand(a);
+    MagickWand* wandB = createWand(b);
+    QImage difference;
+    if (MagickWand* differenceWand = MagickCompareImages(wandA, wandB, AbsoluteErrorMetric, &absoluteError))
+        difference = consumeWand(differenceWand);
+    Image* imageA = GetImageFromMagickWand(wandA);
+    const Image* imageB = GetImageFromMagickWand(wandB);
+    if (imageA && imageB) {
+        ExceptionInfo* exception = AcquireExceptionInfo();
+        GetImageDistortion(imageA, imageB, MeanAbsoluteErrorMetric, &meanAbsoluteError, exception);
+        GetImageDistortion(imageA, imageB, PeakAbsoluteErrorMetric, &peakAbsoluteError, exception);
+        DestroyExceptionInfo(exception);
+    }
+    DestroyMagickWand(wandA);
+    DestroyMagickWand(wandB);
+    return difference;
+}
+
+QImage ZelMagickWandWrapper::blur(const QImage& image, int softness, int blurRadius, int fade) const
+{
+    qDebug() << "ZelMagickWandWrapper::blur " << softness << " ," << blurRadius << " ," << fade;
+    MagickWand* wand = createWand(image);
+    if (blurRadius > 0) {
+        const bool cancelAllowed = !mySignalizer || mySignalizer->cancelAllowed();
+        if (mySignalizer)
+            mySignalizer->setCancelAllowed(false);
+        MagickBlurImageChannel(wand, kAllChannels, 1.5 * blurRadius, blurRadius);
+        if (mySignalizer)
+            mySignalizer->setCancelAllowed(cancelAllowed);
+    }
+    const auto cancelled = [this] { return mySignalizer && mySignalizer->cancelled(); };
+    if (fade > 0 && !cancelled())
+        MagickModulateImage(wand, 100, 100 - 10.0 * fade, 100);
+    if (cancelled())
+        return QImage();
+    QImage blurred = consumeWand(wand);
+    if (softness <= 0 || blurred.isNull())
+        return blurred;
+
+    // From 12 steps on the picture is plain white.
+    const int level = softness >= 12 ? 0 : 255 - 23 * softness;
+    QImage alpha(blurred.size(), QImage::Format_ARGB32);
+    alpha.fill(qRgba(level, level, level, level));
+    QImage faded = blurred.copy();
+    faded.setAlphaChannel(alpha);
+    QImage white(blurred.size(), blurred.format());
+    white.fill(Qt::white);
+    QPainter painter(&white);
+    painter.drawImage(white.rect(), faded);
+    painter.end();
+    return white;
+}

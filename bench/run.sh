@@ -11,7 +11,8 @@ zelfx=$1
 shift
 
 effects=$("$zelfx" list --bench)
-printf '%-24s %12s %10s %16s %22s\n' effect 'median ms' 'ns/pixel' 'ratio to memcpy' 'ratio to fresh memcpy'
+printf '%-24s %12s %10s %16s %22s %20s\n' effect 'median ms' 'ns/pixel' 'ratio to memcpy' 'ratio to fresh memcpy' \
+  'magick round trip ms'
 failed=0
 errors=$(mktemp)
 trap 'rm -f "$errors"' EXIT
@@ -21,8 +22,9 @@ for effect in $effects; do
   if output=$("$zelfx" bench "$effect" "$@" 2>"$errors"); then
     awk -F '\t' -v effect="$effect" '
       { value[$1] = $2 }
-      END { printf "%-24s %12.3f %10.3f %16.2f %22.2f\n", effect, value["median_ms"], value["ns_per_pixel"],
-                  value["ratio_to_memcpy"], value["ratio_to_fresh_memcpy"] }
+      END { roundTrip = ("magick_roundtrip_ms" in value) ? sprintf("%.3f", value["magick_roundtrip_ms"]) : "-"
+            printf "%-24s %12.3f %10.3f %16.2f %22.2f %20s\n", effect, value["median_ms"], value["ns_per_pixel"],
+                   value["ratio_to_memcpy"], value["ratio_to_fresh_memcpy"], roundTrip }
     ' <<<"$output"
   else
     printf '%-24s %s\n' "$effect" "failed (exit $?)"

@@ -1,10 +1,12 @@
 #include "ZelMagickWandWrapper.h"
+#include "ZelMagickWandWrapper_p.h"
 
 #include "ZelProgressSignalizer.h"
 
 #include <QDebug>
 #include <QPainter>
 
+#include <atomic>
 #include <cmath>
 #include <cstdlib>
 
@@ -22,6 +24,8 @@ namespace {
 // All colour channels and alpha: ImageMagick 6's red, green, blue, opacity, black and index.
 constexpr ChannelType kAllChannels = static_cast<ChannelType>(0x3F);
 
+std::atomic<quint64> gWandsCreated{0};
+
 // ImageMagick's start of life, once per process; thread-safe through the static's initialisation.
 // One ImageMagick thread, so that operations and their progress run on the caller's thread.
 void ensureMagickStarted()
@@ -36,6 +40,11 @@ void ensureMagickStarted()
 }
 
 } // namespace
+
+quint64 zelMagickWandsCreated()
+{
+    return gWandsCreated.load(std::memory_order_relaxed);
+}
 
 MagickBooleanType TessaroonMagickProgressMonitor(const char* text, const MagickOffsetType offset,
                                                  const MagickSizeType span, void* clientData)
@@ -78,6 +87,7 @@ void ZelMagickWandWrapper::toMagickWand(const QPixmap& pixmap, MagickWand* wand)
 MagickWand* ZelMagickWandWrapper::createWand(const QImage& image) const
 {
     MagickWand* wand = NewMagickWand();
+    gWandsCreated.fetch_add(1, std::memory_order_relaxed);
     toMagickWand(image, wand);
     return wand;
 }

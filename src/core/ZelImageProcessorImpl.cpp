@@ -200,10 +200,15 @@ void ZelImageProcessorImpl::setMaximumPriority(QThread::Priority priority)
 
 void ZelImageProcessorImpl::emitProgress(int current, int total)
 {
-    emit progress(progressTitle(), myProgressSignalizer->processName(), current, total);
+    emit progress(progressTitle(), progressStep(), current, total);
 }
 
 QString ZelImageProcessorImpl::progressTitle() const
 {
     return QString();
+}
+
+QString ZelImageProcessorImpl::progressStep() const
+{
+    return myProgressSignalizer->processName();
 }

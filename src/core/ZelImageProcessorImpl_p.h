@@ -100,12 +100,15 @@ signals:
     void finished(bool flag);
 
 protected slots:
-    // Relays the signalizer's progress as progress(progressTitle(), step name, current, total).
+    // Relays the signalizer's progress as progress(progressTitle(), progressStep(), current, total).
     void emitProgress(int current, int total);
 
 protected:
     // The fixed first argument of this effect's progress signal.
     virtual QString progressTitle() const;
+    // The second argument: the signalizer's name of the running step, unless an effect
+    // reports none.
+    virtual QString progressStep() const;
 
     ZelParameterDescriptionContainer myParameters;
     ZelProgressSignalizer* myProgressSignalizer;

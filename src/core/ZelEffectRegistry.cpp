@@ -7,9 +7,13 @@
 #include "ZelImageProcessorFlipVertical.h"
 #include "ZelImageProcessorTemplate.h"
 // tonal
+#include "ZelImageProcessorAdjustContrast.h"
+#include "ZelImageProcessorAdjustHSB.h"
 #include "ZelImageProcessorAdjustRGBIntensity.h"
+#include "ZelImageProcessorBlackWhite.h"
 #include "ZelImageProcessorCombine.h"
 #include "ZelImageProcessorContrastStretch.h"
+#include "ZelImageProcessorGammaCorrection.h"
 #include "ZelImageProcessorGrayscale.h"
 #include "ZelImageProcessorIntensity.h"
 #include "ZelImageProcessorInvert.h"
@@ -23,10 +27,24 @@
 #include "ZelImageProcessorIllusion.h"
 #include "ZelImageProcessorMosaic.h"
 #include "ZelImageProcessorRipple.h"
+#include "ZelImageProcessorSoftLense.h"
 #include "ZelImageProcessorSplash.h"
 #include "ZelImageProcessorThreeDGrid.h"
 // magick
+#include "ZelImageProcessorArc.h"
+#include "ZelImageProcessorEmboss.h"
+#include "ZelImageProcessorExplode.h"
+#include "ZelImageProcessorImplode.h"
+#include "ZelImageProcessorMotionBlur.h"
+#include "ZelImageProcessorOilPainting.h"
+#include "ZelImageProcessorPosterize.h"
+#include "ZelImageProcessorSepia.h"
+#include "ZelImageProcessorShade.h"
+#include "ZelImageProcessorSketch.h"
+#include "ZelImageProcessorSwirl.h"
+#include "ZelImageProcessorWave.h"
 // composition
+#include "ZelImageProcessorCompare.h"
 
 #include <QMetaMethod>
 #include <QMetaObject>
@@ -51,6 +69,10 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorAdjustRGBIntensity::staticMetaObject,
     &ZelImageProcessorTint::staticMetaObject,
     &ZelImageProcessorGrayscale::staticMetaObject,
+    &ZelImageProcessorAdjustContrast::staticMetaObject,
+    &ZelImageProcessorAdjustHSB::staticMetaObject,
+    &ZelImageProcessorGammaCorrection::staticMetaObject,
+    &ZelImageProcessorBlackWhite::staticMetaObject,
     // geometry
     &ZelImageProcessorRotate::staticMetaObject,
     &ZelImageProcessorCut::staticMetaObject,
@@ -62,8 +84,22 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorThreeDGrid::staticMetaObject,
     &ZelImageProcessorMosaic::staticMetaObject,
     &ZelImageProcessorIllusion::staticMetaObject,
+    &ZelImageProcessorSoftLense::staticMetaObject,
     // magick
+    &ZelImageProcessorSketch::staticMetaObject,
+    &ZelImageProcessorMotionBlur::staticMetaObject,
+    &ZelImageProcessorSepia::staticMetaObject,
+    &ZelImageProcessorArc::staticMetaObject,
+    &ZelImageProcessorPosterize::staticMetaObject,
+    &ZelImageProcessorOilPainting::staticMetaObject,
+    &ZelImageProcessorEmboss::staticMetaObject,
+    &ZelImageProcessorImplode::staticMetaObject,
+    &ZelImageProcessorExplode::staticMetaObject,
+    &ZelImageProcessorShade::staticMetaObject,
+    &ZelImageProcessorSwirl::staticMetaObject,
+    &ZelImageProcessorWave::staticMetaObject,
     // composition
+    &ZelImageProcessorCompare::staticMetaObject,
 };
 
 } // namespace

@@ -1,0 +1,108 @@
+#include "ZelImageProcessorArc.h"
+#include "ZelImageProcessorImpl_p.h"
+#include "ZelPixelMath_p.h"
+
+namespace {
+
+const QString kArcAngle = QStringLiteral("AArcAngle");
+const QString kRotateAngle = QStringLiteral("BRotateAngle");
+const QString kInnerRadius = QStringLiteral("CInnerRadius");
+const QString kOuterRadius = QStringLiteral("DOuterRadius");
+
+} // namespace
+
+class ZelImageProcessorArcImpl : public ZelImageProcessorImpl
+{
+    Q_OBJECT
+public:
+    ZelImageProcessorArcImpl()
+        : ZelImageProcessorImpl(tr("Kreisbogen"))
+    {
+        createParameterDescriptions();
+    }
+    explicit ZelImageProcessorArcImpl(const QImage& image)
+        : ZelImageProcessorImpl(image, tr("Kreisbogen"))
+    {
+        createParameterDescriptions();
+    }
+
+    using ZelImageProcessorImpl::setParameters;
+    void setParameters(int arcAngle, int rotateAngle, double innerRadius, double outerRadius)
+    {
+        setParameterValue(kArcAngle, arcAngle);
+        setParameterValue(kRotateAngle, rotateAngle);
+        setParameterValue(kInnerRadius, zelTruncToInt(innerRadius));
+        setParameterValue(kOuterRadius, zelTruncToInt(outerRadius));
+    }
+    int arcAngle() const { return parameterIntValue(kArcAngle, false); }
+    int rotateAngle() const { return parameterIntValue(kRotateAngle, false); }
+    int innerRadius() const { return parameterIntValue(kInnerRadius, false); }
+    int outerRadius() const { return parameterIntValue(kOuterRadius, false); }
+
+public slots:
+    QImage result() override
+    {
+        connectProgressSignalizer();
+        const QImage source = sourceImage();
+        const QImage bent = source.isNull()
+            ? QImage()
+            : createMagickWandWrapper().arc(source, arcAngle(), rotateAngle(), outerRadius() / 100.0,
+                                            innerRadius() / 100.0);
+        disconnectProgressSignalizer();
+        emit finished(false);
+        return bent;
+    }
+    QImage generatePreview(const QSize& size) override
+    {
+        return previewWith<ZelImageProcessorArc>(sourceImageScaled(size));
+    }
+    QImage generatePreview(const QRect& rect) override
+    {
+        return previewWith<ZelImageProcessorArc>(sectionOfSourceImage(rect));
+    }
+
+protected:
+    QString progressTitle() const override { return tr("Kreisbogen erzeugen"); }
+
+private:
+    void createParameterDescriptions()
+    {
+        addNumberParameter(kArcAngle, tr("Größe des Kreisbogens"), 180, 0, 360, 0, 0);
+        addNumberParameter(kRotateAngle, tr("Rotationswinkel"), 0, 0, 360, 1, 0);
+        addNumberParameter(kInnerRadius, tr("Innenradius"), 25, 0, 100, 2, 0);
+        addNumberParameter(kOuterRadius, tr("Außenradius"), 75, 0, 100, 3, 0);
+    }
+
+public:
+    ZelImageProcessorArc* myPublic = nullptr;
+};
+
+ZelImageProcessorArc::ZelImageProcessorArc()
+{
+    initImplementation(nullptr);
+}
+
+ZelImageProcessorArc::ZelImageProcessorArc(const QImage& image)
+    : ZelImageProcessor(image)
+{
+    initImplementation(&image);
+}
+
+void ZelImageProcessorArc::initImplementation(const QImage* image)
+{
+    setProperty("ToolTip", tr("Foto in einen Kreisbogen umwandeln "));
+    setProperty("IconName", QStringLiteral("ico_arc"));
+    installImplementation<ZelImageProcessorArcImpl>(this, image);
+}
+
+void ZelImageProcessorArc::setParameters(int arcAngle, int rotateAngle, double innerRadius, double outerRadius)
+{
+    static_cast<ZelImageProcessorArcImpl*>(myImpl)->setParameters(arcAngle, rotateAngle, innerRadius, outerRadius);
+}
+
+void ZelImageProcessorArc::cancel() { myImpl->cancel(); }
+QImage ZelImageProcessorArc::result() { return myImpl->result(); }
+QImage ZelImageProcessorArc::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
+QImage ZelImageProcessorArc::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
+
+#include "ZelImageProcessorArc.moc"

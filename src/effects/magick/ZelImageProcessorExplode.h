@@ -1,0 +1,27 @@
+#ifndef ZELIMAGEPROCESSOREXPLODE_H
+#define ZELIMAGEPROCESSOREXPLODE_H
+
+#include "ZelImageProcessor.h"
+
+// "Explosion": the very same ImageMagick implode as ZelImageProcessorImplode, with the same
+// positive amount "Strength", so that both effects give equal pictures for equal strengths; this
+// is the application's behaviour and is kept. Progress carries no step name. A cancel during the
+// computation, a null or empty source give a null image.
+class ZelImageProcessorExplode : public ZelImageProcessor
+{
+    Q_OBJECT
+public:
+    Q_INVOKABLE ZelImageProcessorExplode();
+    Q_INVOKABLE explicit ZelImageProcessorExplode(const QImage& image);
+
+public slots:
+    void cancel() override;
+    QImage result() override;
+    QImage generatePreview(const QSize& size) override;
+    QImage generatePreview(const QRect& rect) override;
+
+private:
+    void initImplementation(const QImage* image);
+};
+
+#endif

@@ -1,0 +1,92 @@
+#include "ZelImageProcessorOilPainting.h"
+#include "ZelImageProcessorImpl_p.h"
+#include "ZelProgressSignalizer.h"
+
+namespace {
+
+const QString kBrushSize = QStringLiteral("BrushSize");
+
+// A brush of the picture's longer side covers the whole picture from every pixel; ImageMagick
+// would still visit every pixel of a larger brush, the picture's edge repeated.
+double effectiveRadius(int brushSize, const QSize& size)
+{
+    return qMin(brushSize, qMax(size.width(), size.height()));
+}
+
+} // namespace
+
+class ZelImageProcessorOilPaintingImpl : public ZelImageProcessorImpl
+{
+    Q_OBJECT
+public:
+    ZelImageProcessorOilPaintingImpl()
+        : ZelImageProcessorImpl(tr("Ölgemälde"))
+    {
+        createParameterDescriptions();
+    }
+    explicit ZelImageProcessorOilPaintingImpl(const QImage& image)
+        : ZelImageProcessorImpl(image, tr("Ölgemälde"))
+    {
+        createParameterDescriptions();
+    }
+
+public slots:
+    QImage result() override
+    {
+        connectProgressSignalizer();
+        progressSignalizer()->start();
+        const int brushSize = myParameters.value(kBrushSize).toInt();
+        const QImage source = sourceImage();
+        const QImage painted = source.isNull()
+            ? QImage()
+            : createMagickWandWrapper().oilPainting(source, effectiveRadius(brushSize, source.size()));
+        disconnectProgressSignalizer();
+        emit finished(false);
+        return painted;
+    }
+    QImage generatePreview(const QSize& size) override
+    {
+        return previewWith<ZelImageProcessorOilPainting>(sourceImageScaled(size));
+    }
+    QImage generatePreview(const QRect& rect) override
+    {
+        return previewWith<ZelImageProcessorOilPainting>(sectionOfSourceImage(rect));
+    }
+
+protected:
+    QString progressTitle() const override { return tr("Ölgemälde"); }
+
+private:
+    void createParameterDescriptions()
+    {
+        addNumberParameter(kBrushSize, tr("Pinselradius"), 1, 1, 100, 0, 0);
+    }
+
+public:
+    ZelImageProcessorOilPainting* myPublic = nullptr;
+};
+
+ZelImageProcessorOilPainting::ZelImageProcessorOilPainting()
+{
+    initImplementation(nullptr);
+}
+
+ZelImageProcessorOilPainting::ZelImageProcessorOilPainting(const QImage& image)
+    : ZelImageProcessor(image)
+{
+    initImplementation(&image);
+}
+
+void ZelImageProcessorOilPainting::initImplementation(const QImage* image)
+{
+    setProperty("ToolTip", tr("Dieser Effekt vermittelt den Eindruck eines Ölgemäldes "));
+    setProperty("IconName", QStringLiteral("ico_oil_canvas"));
+    installImplementation<ZelImageProcessorOilPaintingImpl>(this, image);
+}
+
+void ZelImageProcessorOilPainting::cancel() { myImpl->cancel(); }
+QImage ZelImageProcessorOilPainting::result() { return myImpl->result(); }
+QImage ZelImageProcessorOilPainting::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
+QImage ZelImageProcessorOilPainting::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
+
+#include "ZelImageProcessorOilPainting.moc"

@@ -1,0 +1,30 @@
+#ifndef ZELIMAGEPROCESSOROILPAINTING_H
+#define ZELIMAGEPROCESSOROILPAINTING_H
+
+#include "ZelImageProcessor.h"
+
+// "Ölgemälde": ImageMagick's oil painting with a brush of radius "BrushSize" pixels. Its work
+// grows with the square of the radius: on a 24-megapixel photo the range's largest brush takes
+// hours. A cancel during the computation, a null or empty source give a null image.
+//
+// Radii beyond the longer side of the picture, far outside the range, are computed at that
+// length: there every brush already covers the whole picture, and a larger one gives the same
+// result.
+class ZelImageProcessorOilPainting : public ZelImageProcessor
+{
+    Q_OBJECT
+public:
+    Q_INVOKABLE ZelImageProcessorOilPainting();
+    Q_INVOKABLE explicit ZelImageProcessorOilPainting(const QImage& image);
+
+public slots:
+    void cancel() override;
+    QImage result() override;
+    QImage generatePreview(const QSize& size) override;
+    QImage generatePreview(const QRect& rect) override;
+
+private:
+    void initImplementation(const QImage* image);
+};
+
+#endif

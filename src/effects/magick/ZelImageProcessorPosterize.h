@@ -1,0 +1,31 @@
+#ifndef ZELIMAGEPROCESSORPOSTERIZE_H
+#define ZELIMAGEPROCESSORPOSTERIZE_H
+
+#include "ZelImageProcessor.h"
+
+// "Poster": ImageMagick's posterize to a number of levels per channel, optionally dithered. The
+// two settings are not parameters of the container but fields of this object (4 levels, no
+// dithering until setParameters(int, bool)); previews run on a new object and so always use 4
+// levels without dithering, as the application has it. Ends with finished(true). A cancel during
+// the computation, a null or empty source give a null image.
+class ZelImageProcessorPosterize : public ZelImageProcessor
+{
+    Q_OBJECT
+public:
+    Q_INVOKABLE ZelImageProcessorPosterize();
+    Q_INVOKABLE explicit ZelImageProcessorPosterize(const QImage& image);
+
+    using ZelImageProcessor::setParameters;
+    Q_INVOKABLE void setParameters(int levels, bool dither);
+
+public slots:
+    void cancel() override;
+    QImage result() override;
+    QImage generatePreview(const QSize& size) override;
+    QImage generatePreview(const QRect& rect) override;
+
+private:
+    void initImplementation(const QImage* image);
+};
+
+#endif

@@ -1,0 +1,103 @@
+#include "ZelImageProcessorSepia.h"
+#include "ZelImageProcessorGrayscale.h"
+#include "ZelImageProcessorImpl_p.h"
+#include "ZelPixelMath_p.h"
+
+#include <QColor>
+#include <QVector>
+
+namespace {
+
+const QString kStrength = QStringLiteral("Strength");
+constexpr int kSepiaHue = 26;
+
+// QColor::fromHsv(26, saturation, i).rgb() for every grey i; QColor refuses saturations outside
+// 0..255 (with a warning each) and gives its invalid colour, opaque black, which is taken here
+// without the 256 warnings.
+QVector<QRgb> sepiaColorTable(int saturation, int size)
+{
+    QVector<QRgb> table(size, qRgb(0, 0, 0));
+    if (saturation < 0 || saturation > 255)
+        return table;
+    for (int value = 0; value < size; ++value)
+        table[value] = QColor::fromHsv(kSepiaHue, saturation, value).rgb();
+    return table;
+}
+
+} // namespace
+
+class ZelImageProcessorSepiaImpl : public ZelImageProcessorImpl
+{
+    Q_OBJECT
+public:
+    ZelImageProcessorSepiaImpl()
+        : ZelImageProcessorImpl(tr("Sepia"))
+    {
+        createParameterDescriptions();
+    }
+    explicit ZelImageProcessorSepiaImpl(const QImage& image)
+        : ZelImageProcessorImpl(image, tr("Sepia"))
+    {
+        createParameterDescriptions();
+    }
+
+public slots:
+    QImage result() override
+    {
+        const int saturation = zelTruncToInt(myParameters.value(kStrength).toInt() * 2.55);
+        ZelImageProcessorGrayscale grayscale(sourceImage());
+        grayscale.setParamters(QImage::Format_Indexed8);
+        QImage sepia = grayscale.result();
+        if (!sepia.isNull()) {
+            sepia.setColorTable(sepiaColorTable(saturation, sepia.colorCount()));
+            sepia = sepia.convertToFormat(QImage::Format_ARGB32);
+        }
+        emit finished(false);
+        return sepia;
+    }
+    QImage generatePreview(const QSize& size) override
+    {
+        return previewWith<ZelImageProcessorSepia>(sourceImageScaled(size));
+    }
+    QImage generatePreview(const QRect& rect) override
+    {
+        return previewWith<ZelImageProcessorSepia>(sectionOfSourceImage(rect));
+    }
+
+protected:
+    QString progressTitle() const override { return tr("Sepia"); }
+
+private:
+    void createParameterDescriptions()
+    {
+        addNumberParameter(kStrength, tr("Stärke"), 50, 0, 100, 0, 0);
+    }
+
+public:
+    ZelImageProcessorSepia* myPublic = nullptr;
+};
+
+ZelImageProcessorSepia::ZelImageProcessorSepia()
+{
+    initImplementation(nullptr);
+}
+
+ZelImageProcessorSepia::ZelImageProcessorSepia(const QImage& image)
+    : ZelImageProcessor(image)
+{
+    initImplementation(&image);
+}
+
+void ZelImageProcessorSepia::initImplementation(const QImage* image)
+{
+    setProperty("ToolTip", tr("Farben des Fotos in Sepiafarben umwandeln "));
+    setProperty("IconName", QStringLiteral("ico_sepia"));
+    installImplementation<ZelImageProcessorSepiaImpl>(this, image);
+}
+
+void ZelImageProcessorSepia::cancel() { myImpl->cancel(); }
+QImage ZelImageProcessorSepia::result() { return myImpl->result(); }
+QImage ZelImageProcessorSepia::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
+QImage ZelImageProcessorSepia::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
+
+#include "ZelImageProcessorSepia.moc"

@@ -1,0 +1,26 @@
+#ifndef ZELIMAGEPROCESSORSHADE_H
+#define ZELIMAGEPROCESSORSHADE_H
+
+#include "ZelImageProcessor.h"
+
+// "Relief": ImageMagick's grey shading of the picture, lit from azimuth 45 and elevation 30
+// degrees. Progress is reported under the title "Sketch", as the application has it. A cancel
+// during the computation, a null or empty source give a null image.
+class ZelImageProcessorShade : public ZelImageProcessor
+{
+    Q_OBJECT
+public:
+    Q_INVOKABLE ZelImageProcessorShade();
+    Q_INVOKABLE explicit ZelImageProcessorShade(const QImage& image);
+
+public slots:
+    void cancel() override;
+    QImage result() override;
+    QImage generatePreview(const QSize& size) override;
+    QImage generatePreview(const QRect& rect) override;
+
+private:
+    void initImplementation(const QImage* image);
+};
+
+#endif

@@ -1,0 +1,25 @@
+#ifndef ZELIMAGEPROCESSORSWIRL_H
+#define ZELIMAGEPROCESSORSWIRL_H
+
+#include "ZelImageProcessor.h"
+
+// "Verwirbeln": ImageMagick's swirl of "Angle" degrees around the centre of the picture. A cancel
+// during the computation, a null or empty source give a null image.
+class ZelImageProcessorSwirl : public ZelImageProcessor
+{
+    Q_OBJECT
+public:
+    Q_INVOKABLE ZelImageProcessorSwirl();
+    Q_INVOKABLE explicit ZelImageProcessorSwirl(const QImage& image);
+
+public slots:
+    void cancel() override;
+    QImage result() override;
+    QImage generatePreview(const QSize& size) override;
+    QImage generatePreview(const QRect& rect) override;
+
+private:
+    void initImplementation(const QImage* image);
+};
+
+#endif

@@ -1,0 +1,26 @@
+#ifndef ZELIMAGEPROCESSORGAMMACORRECTION_H
+#define ZELIMAGEPROCESSORGAMMACORRECTION_H
+
+#include "ZelImageProcessor.h"
+
+// "Gammakorrektur", computed by ImageMagick with the gamma "Gamma" / 100 (1 ... 100; 100 is
+// neutral). Out-of-range values are passed on: 0 gives black, negative ones white. The result is
+// ARGB32 whatever the source's format; a null source gives a null image, and so does a cancel.
+class ZelImageProcessorGammaCorrection : public ZelImageProcessor
+{
+    Q_OBJECT
+public:
+    Q_INVOKABLE ZelImageProcessorGammaCorrection();
+    Q_INVOKABLE explicit ZelImageProcessorGammaCorrection(const QImage& image);
+
+public slots:
+    void cancel() override;
+    QImage result() override;
+    QImage generatePreview(const QSize& size) override;
+    QImage generatePreview(const QRect& rect) override;
+
+private:
+    void initImplementation(const QImage* image);
+};
+
+#endif

@@ -131,6 +131,7 @@ private slots:
     void arcInnerRadiusIsForcedInside_data();
     void arcInnerRadiusIsForcedInside();
     void arcSetterTruncatesRadii();
+    void arcWithoutOuterRadiusIsRefused();
     void oilPaintingBrushIsLimitedToThePicture();
     void motionBlurSigmaIsLimited();
 
@@ -597,16 +598,22 @@ void TestArtistic::arcSetterTruncatesRadii()
     QCOMPARE(arc.result(), magick().arc(source, 90, 30, 0.6, 0.1));
 }
 
-// Beyond the picture's longer side every brush covers the whole picture: 1e6 is computed as 9,
-// and ImageMagick gives the same for 27 (unlimited, 1e6 exceeds its limits and would leave the
-// picture unchanged).
+// Radii of 0: ImageMagick refuses the distortion and the picture stays as it was.
+void TestArtistic::arcWithoutOuterRadiusIsRefused()
+{
+    const QImage source = photo(40, 30);
+    QCOMPARE(applyEffect("Arc", source, {{"DOuterRadius", 0}}), source);
+}
+
+// 1e6 is computed as twice the longer side, 18, and ImageMagick gives the same for 77 (unlimited,
+// 1e6 exceeds its limits and would leave the picture unchanged).
 void TestArtistic::oilPaintingBrushIsLimitedToThePicture()
 {
     const QImage source = photo(9, 7);
     const QImage painted = applyEffect("OilPainting", source, {{"BrushSize", 1000000}});
     QVERIFY(painted != source);
-    QCOMPARE(painted, magick().oilPainting(source, 9));
-    QCOMPARE(painted, magick().oilPainting(source, 27));
+    QCOMPARE(painted, magick().oilPainting(source, 18));
+    QCOMPARE(painted, magick().oilPainting(source, 77));
     QCOMPARE(applyEffect("OilPainting", source, {{"BrushSize", 2}}), magick().oilPainting(source, 2));
 }
 

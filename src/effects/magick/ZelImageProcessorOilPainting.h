@@ -7,9 +7,9 @@
 // grows with the square of the radius: on a 24-megapixel photo the range's largest brush takes
 // hours. A cancel during the computation, a null or empty source give a null image.
 //
-// Radii beyond the longer side of the picture, far outside the range, are computed at that
-// length: there every brush already covers the whole picture, and a larger one gives the same
-// result.
+// Radii beyond twice the longer side of the picture, far outside the range, are computed at that
+// length: every such brush covers the whole picture many times over, and a larger one gives the
+// same result.
 class ZelImageProcessorOilPainting : public ZelImageProcessor
 {
     Q_OBJECT

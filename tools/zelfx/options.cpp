@@ -6,7 +6,7 @@
 
 namespace {
 
-struct OptionSpec
+struct OptionDefinition
 {
     const char* name;
     int group;
@@ -63,7 +63,7 @@ Status addParameterOption(ParameterOption::Kind kind, const QString& value, Comm
     return Status::success();
 }
 
-const OptionSpec optionSpecs[] = {
+const OptionDefinition optionDefinitions[] = {
     {"--json", AcceptJson, false,
      [](const QString&, CommandLine* c) {
          c->json = true;
@@ -110,11 +110,11 @@ const OptionSpec optionSpecs[] = {
      [](const QString& v, CommandLine* c) { return parsePositiveCount("--repeat", v, &c->repeat); }},
 };
 
-const OptionSpec* findOption(const QString& name, int acceptedGroups)
+const OptionDefinition* findOption(const QString& name, int acceptedGroups)
 {
-    for (const OptionSpec& spec : optionSpecs) {
-        if ((spec.group & acceptedGroups) && name == QLatin1String(spec.name))
-            return &spec;
+    for (const OptionDefinition& definition : optionDefinitions) {
+        if ((definition.group & acceptedGroups) && name == QLatin1String(definition.name))
+            return &definition;
     }
     return nullptr;
 }
@@ -130,7 +130,7 @@ Status parseCommandLine(const QString& command, const QStringList& arguments, in
             commandLine->positional << argument;
             continue;
         }
-        const OptionSpec* option = findOption(argument, acceptedGroups);
+        const OptionDefinition* option = findOption(argument, acceptedGroups);
         if (!option)
             return Status::usageError(QStringLiteral("unknown option %1 for %2").arg(argument, command));
         QString value;

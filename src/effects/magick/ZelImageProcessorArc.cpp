@@ -44,10 +44,8 @@ public slots:
     {
         connectProgressSignalizer();
         const QImage source = sourceImage();
-        const QImage bent = source.isNull()
-            ? QImage()
-            : createMagickWandWrapper().arc(source, arcAngle(), rotateAngle(), outerRadius() / 100.0,
-                                            innerRadius() / 100.0);
+        const QImage bent = createMagickWandWrapper().arc(source, arcAngle(), rotateAngle(), outerRadius() / 100.0,
+                                                          innerRadius() / 100.0);
         disconnectProgressSignalizer();
         emit finished(false);
         return bent;

@@ -19,7 +19,7 @@ public slots:
     {
         connectProgressSignalizer();
         const QImage source = sourceImage();
-        const QImage embossed = source.isNull() ? QImage() : createMagickWandWrapper().emboss(source, 0.0, 1.2);
+        const QImage embossed = createMagickWandWrapper().emboss(source, 0.0, 1.2);
         disconnectProgressSignalizer();
         emit finished(false);
         return embossed;

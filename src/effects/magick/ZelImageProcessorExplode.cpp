@@ -30,7 +30,7 @@ public slots:
         connectProgressSignalizer();
         const QImage source = sourceImage();
         // Deliberately not negated: the explosion implodes like the implosion.
-        const QImage exploded = source.isNull() ? QImage() : createMagickWandWrapper().explode(source, strength());
+        const QImage exploded = createMagickWandWrapper().explode(source, strength());
         disconnectProgressSignalizer();
         emit finished(false);
         return exploded;

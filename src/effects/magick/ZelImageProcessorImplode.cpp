@@ -29,7 +29,7 @@ public slots:
     {
         connectProgressSignalizer();
         const QImage source = sourceImage();
-        const QImage imploded = source.isNull() ? QImage() : createMagickWandWrapper().implode(source, strength());
+        const QImage imploded = createMagickWandWrapper().implode(source, strength());
         disconnectProgressSignalizer();
         emit finished(false);
         return imploded;

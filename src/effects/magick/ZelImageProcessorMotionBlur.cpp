@@ -39,9 +39,7 @@ public slots:
         const double angle = myParameters.value(kAngle).toDouble();
         const double sigma = myParameters.value(kSigma).toDouble();
         const QImage source = sourceImage();
-        const QImage blurred = source.isNull()
-            ? QImage()
-            : createMagickWandWrapper().motionBlur(source, effectiveSigma(sigma, source.size()), angle);
+        const QImage blurred = createMagickWandWrapper().motionBlur(source, effectiveSigma(sigma, source.size()), angle);
         disconnectProgressSignalizer();
         emit finished(false);
         return blurred;

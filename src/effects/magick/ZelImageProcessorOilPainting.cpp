@@ -39,9 +39,7 @@ public slots:
         progressSignalizer()->start();
         const int brushSize = myParameters.value(kBrushSize).toInt();
         const QImage source = sourceImage();
-        const QImage painted = source.isNull()
-            ? QImage()
-            : createMagickWandWrapper().oilPainting(source, effectiveRadius(brushSize, source.size()));
+        const QImage painted = createMagickWandWrapper().oilPainting(source, effectiveRadius(brushSize, source.size()));
         disconnectProgressSignalizer();
         emit finished(false);
         return painted;

@@ -26,7 +26,7 @@ public slots:
     {
         connectProgressSignalizer();
         const QImage source = sourceImage();
-        const QImage posterized = source.isNull() ? QImage() : createMagickWandWrapper().posterize(source, myLevels, myDither);
+        const QImage posterized = createMagickWandWrapper().posterize(source, myLevels, myDither);
         disconnectProgressSignalizer();
         emit finished(true);
         return posterized;

@@ -19,7 +19,7 @@ public slots:
     {
         connectProgressSignalizer();
         const QImage source = sourceImage();
-        const QImage shaded = source.isNull() ? QImage() : createMagickWandWrapper().shade(source);
+        const QImage shaded = createMagickWandWrapper().shade(source);
         disconnectProgressSignalizer();
         emit finished(false);
         return shaded;

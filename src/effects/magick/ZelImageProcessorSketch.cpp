@@ -19,7 +19,7 @@ public slots:
     {
         connectProgressSignalizer();
         const QImage source = sourceImage();
-        const QImage sketched = source.isNull() ? QImage() : createMagickWandWrapper().sketch(source, 20.0, 20.0, 120.0);
+        const QImage sketched = createMagickWandWrapper().sketch(source, 20.0, 20.0, 120.0);
         disconnectProgressSignalizer();
         emit finished(false);
         return sketched;

@@ -28,7 +28,7 @@ public slots:
         connectProgressSignalizer();
         const double degrees = myParameters.value(kAngle).toDouble();
         const QImage source = sourceImage();
-        const QImage swirled = source.isNull() ? QImage() : createMagickWandWrapper().swirl(source, degrees);
+        const QImage swirled = createMagickWandWrapper().swirl(source, degrees);
         disconnectProgressSignalizer();
         emit finished(false);
         return swirled;

@@ -1,4 +1,5 @@
 #include "ZelMagickWandWrapper.h"
+#include "ZelMagickWandWrapper_p.h"
 #include "ZelProgressSignalizer.h"
 
 #include <QSignalSpy>
@@ -48,6 +49,10 @@ private slots:
     void operationsOnNullImagesGiveNull();
     void compareMeasuresDifferences();
     void startsOnceFromSeveralThreads();
+    void sketchTiling_data();
+    void sketchTiling();
+    void sketchInTilesDrawsEveryTile();
+    void implodeBeyondTheSideLimitKeepsThePicture();
 };
 
 void TestMagick::roundTripKeepsEveryChannel_data()
@@ -238,6 +243,116 @@ void TestMagick::startsOnceFromSeveralThreads()
     for (std::thread& thread : threads)
         thread.join();
     QCOMPARE(good.load(), 4);
+}
+
+void TestMagick::sketchTiling_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<double>("bytes");
+    QTest::addColumn<double>("area");
+    QTest::addColumn<double>("side");
+    QTest::addColumn<int>("columns");
+    QTest::addColumn<int>("rows");
+    QTest::addColumn<int>("overlap");
+
+    const double unlimited = 1e30;
+    QTest::newRow("fits at once") << QSize(100, 80) << unlimited << unlimited << unlimited << 1 << 1 << 0;
+    // 138 bytes a pixel for 100 x 80 = 1104000: just enough.
+    QTest::newRow("memory just enough") << QSize(100, 80) << 1104000.0 << unlimited << unlimited << 1 << 1 << 0;
+    // Debian's policy: 768 MiB of memory and map, 128 MP, 16 KP sides. 805306368 - 20 x 24 M bytes
+    // leave 325306368 / 128 = 2541456 canvas pixels: bands of 2541456 / (6000 + 64) - 64 = 355 rows,
+    // so 12 bands; the overlap is 1.5 x 20 + 2.
+    QTest::newRow("24 MP under the default policy")
+        << QSize(6000, 4000) << 805306368.0 << 128e6 << 16384.0 << 1 << 12 << 32;
+    // Twice 10000 exceeds 16384: two columns of at most 8192 - 64 pixels.
+    QTest::newRow("too wide") << QSize(10000, 1000) << unlimited << unlimited << 16384.0 << 2 << 1 << 32;
+    // Four times the area must stay within 4 M: tiles of 1 M pixels including the overlap.
+    QTest::newRow("area") << QSize(2000, 2000) << unlimited << 4e6 << unlimited << 1 << 5 << 32;
+}
+
+void TestMagick::sketchTiling()
+{
+    QFETCH(QSize, size);
+    QFETCH(double, bytes);
+    QFETCH(double, area);
+    QFETCH(double, side);
+    QFETCH(int, columns);
+    QFETCH(int, rows);
+    QFETCH(int, overlap);
+
+    ZelSketchResourceLimits limits;
+    limits.bytes = bytes;
+    limits.area = area;
+    limits.width = side;
+    limits.height = side;
+    const ZelSketchTiling tiling = zelSketchTiling(size, 20.0, limits);
+    QCOMPARE(tiling.tiles.size(), columns * rows);
+    QCOMPARE(tiling.overlap, overlap);
+
+    // The tiles cover the picture once, and each widened tile fits the limits.
+    QRegion covered;
+    qint64 coveredArea = 0;
+    for (const QRect& tile : tiling.tiles) {
+        const QRect widened = tile.adjusted(-overlap, -overlap, overlap, overlap) & QRect(QPoint(0, 0), size);
+        QVERIFY(2.0 * widened.width() <= side && 2.0 * widened.height() <= side);
+        QVERIFY(4.0 * widened.width() * widened.height() <= area);
+        covered += tile;
+        coveredArea += qint64(tile.width()) * tile.height();
+    }
+    QCOMPARE(covered, QRegion(QRect(QPoint(0, 0), size)));
+    QCOMPARE(coveredArea, qint64(size.width()) * size.height());
+}
+
+void TestMagick::sketchInTilesDrawsEveryTile()
+{
+    // Limits lowered so far that a small picture is sketched in bands; they are raised again
+    // (up to the policy's maxima) at the end.
+    const MagickSizeType memory = MagickGetResourceLimit(MemoryResource);
+    const MagickSizeType map = MagickGetResourceLimit(MapResource);
+    ZelProgressSignalizer signalizer;
+    const ZelMagickWandWrapper wrapper(&signalizer);
+    const QImage image = QImage(QStringLiteral(ZEL_SOURCE_DIR "/samples/chelsea.png")).copy(0, 0, 400, 120);
+    const QImage whole = wrapper.sketch(image, 4, 4, 120);
+
+    // 3420000 - 20 x 48000 bytes leave 19218 canvas pixels: 19218 / (400 + 16) - 16 = 30.2 rows a band.
+    MagickSetResourceLimit(MemoryResource, 1710000);
+    MagickSetResourceLimit(MapResource, 1710000);
+    ZelSketchResourceLimits limits;
+    limits.bytes = 3420000;
+    limits.area = limits.width = limits.height = 1e30;
+    QCOMPARE(zelSketchTiling(image.size(), 4, limits).tiles.size(), 4);
+    const QImage tiled = wrapper.sketch(image, 4, 4, 120);
+    MagickSetResourceLimit(MemoryResource, memory);
+    MagickSetResourceLimit(MapResource, map);
+
+    // The sketch lightens the picture; every band is drawn like the same rows of the whole picture.
+    const QImage grey = wrapper.grayscale(image);
+    auto meanOfRows = [](const QImage& picture, int top, int bottom) {
+        qint64 sum = 0;
+        for (int y = top; y < bottom; ++y)
+            for (int x = 0; x < picture.width(); ++x)
+                sum += qGray(picture.pixel(x, y));
+        return double(sum) / (picture.width() * (bottom - top));
+    };
+    QCOMPARE(tiled.size(), image.size());
+    for (int band = 0; band < 4; ++band) {
+        const int top = band * 30;
+        const double wholeMean = meanOfRows(whole, top, top + 30);
+        const double bandMean = meanOfRows(tiled, top, top + 30);
+        QVERIFY(wholeMean > meanOfRows(grey, top, top + 30) + 20);
+        QVERIFY2(qAbs(bandMean - wholeMean) < 3, qPrintable(QString("band %1: %2 vs %3").arg(band).arg(bandMean).arg(wholeMean)));
+    }
+}
+
+void TestMagick::implodeBeyondTheSideLimitKeepsThePicture()
+{
+    // Strength 100 samples from far beyond the policy's side limit: ImageMagick gives up and the
+    // wand keeps the picture, which is what the operation returns.
+    ZelProgressSignalizer signalizer;
+    const ZelMagickWandWrapper wrapper(&signalizer);
+    const QImage image = translucentImage(40, 30);
+    QCOMPARE(wrapper.implode(image, 100), image);
+    QVERIFY(wrapper.implode(image, 2) != image);
 }
 
 QTEST_MAIN(TestMagick)

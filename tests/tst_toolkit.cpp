@@ -218,7 +218,7 @@ private:
 };
 
 template <class Lanes>
-QString compareChromaticHsvToRgb()
+ZEL_BATCH_INLINE QString compareChromaticHsvToRgb()
 {
     using namespace ZelBatch;
     for (int h = 0; h < 360; ++h) {

@@ -16,10 +16,12 @@
 // ZEL_AVX2_FUNCTION when zelBatchUsesAvx2() says the processor has it. tst_toolkit compares both
 // with ZelHsv_p.h over every input.
 
-// Generic vectors are only passed between inlined functions; their ABI does not matter. A
-// function compiled for AVX2 that is called from portable code must not take or return vectors
-// by value: the two sides would pass them differently.
+// Generic vectors are only passed between functions that are always inlined, also without
+// optimisation, so their ABI does not matter. A function compiled for AVX2 that is called from
+// portable code must not take or return vectors by value: the two sides would pass them
+// differently.
 #pragma GCC diagnostic ignored "-Wpsabi"
+#define ZEL_BATCH_INLINE inline __attribute__((always_inline))
 
 #if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
 #define ZEL_HAVE_AVX2_PATH 1
@@ -44,45 +46,45 @@ typedef float Floats __attribute__((vector_size(32)));
 // four bytes per entry.
 constexpr int kGatherPadding = 4;
 
-inline Ints load(const void* words)
+ZEL_BATCH_INLINE Ints load(const void* words)
 {
     Ints v;
     std::memcpy(&v, words, sizeof v);
     return v;
 }
 
-inline void store(void* words, Ints v)
+ZEL_BATCH_INLINE void store(void* words, Ints v)
 {
     std::memcpy(words, &v, sizeof v);
 }
 
-inline Floats toFloats(Ints v)
+ZEL_BATCH_INLINE Floats toFloats(Ints v)
 {
     return __builtin_convertvector(v, Floats);
 }
 
-inline Ints truncated(Floats v)
+ZEL_BATCH_INLINE Ints truncated(Floats v)
 {
     return __builtin_convertvector(v, Ints);
 }
 
 // Lanes where mask is set (all ones) take a, the others b.
-inline Ints select(Ints mask, Ints a, Ints b)
+ZEL_BATCH_INLINE Ints select(Ints mask, Ints a, Ints b)
 {
     return (mask & a) | (~mask & b);
 }
 
-inline Ints maximum(Ints a, Ints b)
+ZEL_BATCH_INLINE Ints maximum(Ints a, Ints b)
 {
     return select(a > b, a, b);
 }
 
-inline Ints minimum(Ints a, Ints b)
+ZEL_BATCH_INLINE Ints minimum(Ints a, Ints b)
 {
     return select(a < b, a, b);
 }
 
-inline bool anyLane(Ints mask)
+ZEL_BATCH_INLINE bool anyLane(Ints mask)
 {
     uint64_t words[4];
     std::memcpy(words, &mask, sizeof words);
@@ -91,7 +93,7 @@ inline bool anyLane(Ints mask)
 
 struct Channels
 {
-    explicit Channels(Ints pixels)
+    ZEL_BATCH_INLINE explicit Channels(Ints pixels)
         : red((pixels >> 16) & 0xFF)
         , green((pixels >> 8) & 0xFF)
         , blue(pixels & 0xFF)
@@ -106,7 +108,7 @@ struct Channels
 // h = base + floor((12000 n + delta) / (200 delta)): the whole degrees of base are split off, so
 // the numerator stays below 2^22 and the quotient within 60, at least 1 / 51000 from an integer
 // it is not equal to.
-inline Ints hue(const Channels& c)
+ZEL_BATCH_INLINE Ints hue(const Channels& c)
 {
     const Ints delta = c.max - c.min;
     const Ints redMax = c.red == c.max;
@@ -124,7 +126,7 @@ inline Ints hue(const Channels& c)
 
 // zelHsvLow: (2 v (255 - s) + 255) / 510; the numerator is odd, the quotient at least 1 / 510
 // from an integer.
-inline Ints low(Ints s, Ints v)
+ZEL_BATCH_INLINE Ints low(Ints s, Ints v)
 {
     const Floats numerator = 2.0f * toFloats(v) * toFloats(255 - s) + 255.0f;
     return truncated(numerator * (1.0f / 510.0f));
@@ -134,7 +136,7 @@ inline Ints low(Ints s, Ints v)
 // *ties the lanes on a rounding tie. round(x / 15300) = floor((x + 7650) / 15300) with
 // x = v (15300 - s w); a quotient that is not an integer lies at least 1 / 15300 from one, an
 // integer one (a tie) may come out one less, which leaves the remainder 15300 instead of 0.
-inline Ints ramp(Ints s, Ints v, Ints w, Ints* ties)
+ZEL_BATCH_INLINE Ints ramp(Ints s, Ints v, Ints w, Ints* ties)
 {
     const Floats shifted = toFloats(v) * (15300.0f - toFloats(s) * toFloats(w)) + 7650.0f;
     const Ints rounded = truncated(shifted * (1.0f / 15300.0f));
@@ -143,7 +145,7 @@ inline Ints ramp(Ints s, Ints v, Ints w, Ints* ties)
     return rounded;
 }
 
-inline Ints distanceInSector(Ints h, Ints sector)
+ZEL_BATCH_INLINE Ints distanceInSector(Ints h, Ints sector)
 {
     const Ints intoSector = h - ((sector << 6) - (sector << 2));
     const Ints rising = (sector & 1) == 0;
@@ -154,7 +156,7 @@ struct Portable
 {
     // Eight table entries at the indices in the lanes.
     template <typename Entry>
-    static Ints gather(const Entry* table, Ints indices)
+    ZEL_BATCH_INLINE static Ints gather(const Entry* table, Ints indices)
     {
         Ints entries;
         for (int i = 0; i < kLanes; ++i)
@@ -164,7 +166,7 @@ struct Portable
 
     // zelChromaticHsvToRgb(h, s, v, low) & 0xFFFFFF for h in 0..359 and s, v in 0..255. Lanes
     // set in *ties hold a wrong ramp channel and must be computed by zelChromaticHsvToRgb.
-    static Ints chromaticHsvToRgb(Ints h, Ints s, Ints v, Ints lowChannel, Ints* ties)
+    ZEL_BATCH_INLINE static Ints chromaticHsvToRgb(Ints h, Ints s, Ints v, Ints lowChannel, Ints* ties)
     {
         const Ints sector = -((h > 59) + (h > 119) + (h > 179) + (h > 239) + (h > 299));
         const Ints rampChannel = ramp(s, v, distanceInSector(h, sector), ties);
@@ -179,6 +181,8 @@ struct Portable
 };
 
 #if ZEL_HAVE_AVX2_PATH
+// Its functions can only be inlined into AVX2 functions; unoptimised builds call them from there,
+// with the same ABI on both sides.
 struct Avx2
 {
     // Reads four bytes per entry; the table must hold kGatherPadding entries more.

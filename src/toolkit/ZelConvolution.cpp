@@ -289,9 +289,20 @@ const uint8_t* paddedSaturations()
     return table.data();
 }
 
+// (coloured s + own (150 - s)) / 150 for the channel at shift: the blend of weakly saturated
+// pixels. The sum is below 2^16 and, plus 0.5, at least 1 / 300 from the next multiple of 150.
+ZEL_BATCH_INLINE ZelBatch::Ints blendChannel(ZelBatch::Ints coloured, ZelBatch::Ints own, ZelBatch::Floats weight,
+                                             int shift)
+{
+    using namespace ZelBatch;
+    const Floats mixed = toFloats((coloured >> shift) & 0xFF) * weight
+        + toFloats((own >> shift) & 0xFF) * (150.0f - weight) + 0.5f;
+    return truncated(mixed * (1.0f / 150.0f)) << shift;
+}
+
 // colourStep of the pixels from .. to - 1 of a row for their levels.
 template <class Lanes>
-inline void colourStepsOfRow(const QRgb* source, const int16_t* levels, QRgb* target, int from, int to,
+ZEL_BATCH_INLINE void colourStepsOfRow(const QRgb* source, const int16_t* levels, QRgb* target, int from, int to,
                              ColourRow* row)
 {
     using namespace ZelBatch;
@@ -305,7 +316,6 @@ inline void colourStepsOfRow(const QRgb* source, const int16_t* levels, QRgb* ta
         store(hues + x, hue(c));
         store(saturations + x, Lanes::gather(saturationTable, (c.max << 8) | c.min));
     }
-    const Floats third = Floats{} + (1.0f / 150.0f);
     for (int x = from; x < end; x += kLanes) {
         const Ints pixels = load(source + x);
         const Channels c(pixels);
@@ -317,15 +327,9 @@ inline void colourStepsOfRow(const QRgb* source, const int16_t* levels, QRgb* ta
         const Ints value = select(strong | (level > 100), level, c.max);
         Ints ties;
         const Ints coloured = Lanes::chromaticHsvToRgb(load(hues + x), s, value, low(s, value), &ties);
-        // Weakly saturated pixels: (coloured s + own (150 - s)) / 150 per channel.
         const Floats weight = toFloats(s);
-        const Floats ownWeight = 150.0f - weight;
-        auto blend = [&](int shift) {
-            const Floats mixed = toFloats((coloured >> shift) & 0xFF) * weight
-                + toFloats((pixels >> shift) & 0xFF) * ownWeight + 0.5f;
-            return truncated(mixed * third) << shift;
-        };
-        const Ints blended = blend(16) | blend(8) | blend(0);
+        const Ints blended = blendChannel(coloured, pixels, weight, 16) | blendChannel(coloured, pixels, weight, 8)
+            | blendChannel(coloured, pixels, weight, 0);
         const Ints grey = (c.max == c.min) | (s == 0);
         const Ints colour = (pixels & int(0xFF000000u)) | select(strong, coloured, blended);
         store(target + x, select(grey, pixels, colour));

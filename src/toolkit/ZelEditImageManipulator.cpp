@@ -167,7 +167,7 @@ struct SaturationRow
 
 // saturationStep of the pixels of a row.
 template <class Lanes>
-inline void changeSaturationOfRow(const QRgb* source, QRgb* target, int width, const quint16* steps,
+ZEL_BATCH_INLINE void changeSaturationOfRow(const QRgb* source, QRgb* target, int width, const quint16* steps,
                                   SaturationRow* row)
 {
     using namespace ZelBatch;

@@ -8,8 +8,8 @@
 #include <QSizeF>
 
 // The proportions (width : height) the crop helpers offer. Free keeps the image as it is, or
-// follows the proportion of the QSizeF given to paintRedLines.
-enum ZelCropType {
+// follows the proportion of the QSizeF given to paintRedLines; other values behave like free.
+enum ZelCropType : int {
     ZelCropFree = 0,
     ZelCrop1x1 = 1,
     ZelCrop4x3 = 2,

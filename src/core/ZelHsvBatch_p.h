@@ -6,35 +6,36 @@
 #include <cstring>
 
 // The HSV steps of ZelHsv_p.h (and so of QColor) for eight pixels at a time, one per lane of
-// GCC's generic vectors. Integers below 2^24 are exact in floats, so every product and sum below
-// is exact, and every quotient is taken where the distance of a true quotient from the integers
-// around it exceeds the float error: the quotients truncate to the integer ones. Lanes whose ramp
-// falls on a rounding tie, where QColor's doubles decide, are flagged for the scalar functions.
-//
-// Pixel loops are templates on a lane policy: ZelBatch::Portable compiles for any target,
-// ZelBatch::Avx2 (x86-64) gathers and shuffles with AVX2 and is used from functions marked
-// ZEL_AVX2_FUNCTION when zelBatchUsesAvx2() says the processor has it. tst_toolkit compares both
-// with ZelHsv_p.h over every input.
+// GCC's generic vectors, for functions compiled for AVX2 (ZEL_AVX2_FUNCTION) that run where
+// zelBatchUsesAvx2() says so; elsewhere the pixel loops take the scalar functions of ZelHsv_p.h
+// (without AVX2 GCC splits these vectors into single lanes, slower than the scalar code).
+// Integers below 2^24 are exact in floats, so every product and sum below is exact, and every
+// quotient is taken where the distance of a true quotient from the integers around it exceeds
+// the float error: the quotients truncate to the integer ones. Lanes whose ramp falls on a
+// rounding tie, where QColor's doubles decide, are flagged for the scalar functions.
+// tst_toolkit compares them with ZelHsv_p.h over every input.
 
-// Generic vectors are only passed between functions that are always inlined, also without
-// optimisation, so their ABI does not matter. A function compiled for AVX2 that is called from
-// portable code must not take or return vectors by value: the two sides would pass them
-// differently.
-#pragma GCC diagnostic ignored "-Wpsabi"
-#define ZEL_BATCH_INLINE inline __attribute__((always_inline))
+// Whether the AVX2 functions run; tests and benchmarks can switch them off.
+bool zelBatchUsesAvx2();
+void zelSetBatchAvx2Allowed(bool allowed);
 
 #if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
 #define ZEL_HAVE_AVX2_PATH 1
-#include <immintrin.h>
-// flatten: the lane functions are inlined and so compiled for AVX2 as well.
-#define ZEL_AVX2_FUNCTION __attribute__((target("avx2"), flatten))
 #else
 #define ZEL_HAVE_AVX2_PATH 0
 #endif
 
-// Whether the AVX2 functions run; tests can switch them off to run the portable ones.
-bool zelBatchUsesAvx2();
-void zelSetBatchAvx2Allowed(bool allowed);
+#if ZEL_HAVE_AVX2_PATH
+#include <immintrin.h>
+
+// flatten: the helpers are inlined and so compiled for AVX2 as well.
+#define ZEL_AVX2_FUNCTION __attribute__((target("avx2"), flatten))
+
+// The helpers pass vectors by value and are always inlined, also without optimisation, so their
+// ABI does not matter. A function compiled for AVX2 that is called from other code must not take
+// or return vectors by value: the two sides would pass them differently.
+#pragma GCC diagnostic ignored "-Wpsabi"
+#define ZEL_BATCH_INLINE inline __attribute__((always_inline))
 
 namespace ZelBatch {
 
@@ -152,68 +153,38 @@ ZEL_BATCH_INLINE Ints distanceInSector(Ints h, Ints sector)
     return select(rising, 60 - intoSector, intoSector);
 }
 
-struct Portable
+// Eight table entries at the indices in the lanes; reads four bytes per entry, so the table must
+// hold kGatherPadding entries more. AVX2 functions, like chromaticHsvToRgb: without optimisation
+// they are called, from AVX2 functions only, with the same ABI on both sides.
+template <typename Entry>
+__attribute__((target("avx2"))) Ints gather(const Entry* table, Ints indices)
 {
-    // Eight table entries at the indices in the lanes.
-    template <typename Entry>
-    ZEL_BATCH_INLINE static Ints gather(const Entry* table, Ints indices)
-    {
-        Ints entries;
-        for (int i = 0; i < kLanes; ++i)
-            entries[i] = table[indices[i]];
-        return entries;
-    }
+    static_assert(sizeof(Entry) <= 2, "entries of one or two bytes");
+    const __m256i words = _mm256_i32gather_epi32(reinterpret_cast<const int*>(table), __m256i(indices),
+                                                 int(sizeof(Entry)));
+    return Ints(_mm256_and_si256(words, _mm256_set1_epi32(sizeof(Entry) == 1 ? 0xFF : 0xFFFF)));
+}
 
-    // zelChromaticHsvToRgb(h, s, v, low) & 0xFFFFFF for h in 0..359 and s, v in 0..255. Lanes
-    // set in *ties hold a wrong ramp channel and must be computed by zelChromaticHsvToRgb.
-    ZEL_BATCH_INLINE static Ints chromaticHsvToRgb(Ints h, Ints s, Ints v, Ints lowChannel, Ints* ties)
-    {
-        const Ints sector = -((h > 59) + (h > 119) + (h > 179) + (h > 239) + (h > 299));
-        const Ints rampChannel = ramp(s, v, distanceInSector(h, sector), ties);
-        // Which of value, ramp and low each channel shows in each sector.
-        const Ints in0 = sector == 0, in1 = sector == 1, in2 = sector == 2;
-        const Ints in3 = sector == 3, in4 = sector == 4, in5 = sector == 5;
-        const Ints red = ((in0 | in5) & v) | ((in1 | in4) & rampChannel) | ((in2 | in3) & lowChannel);
-        const Ints green = ((in1 | in2) & v) | ((in0 | in3) & rampChannel) | ((in4 | in5) & lowChannel);
-        const Ints blue = ((in3 | in4) & v) | ((in2 | in5) & rampChannel) | ((in0 | in1) & lowChannel);
-        return (red << 16) | (green << 8) | blue;
-    }
-};
-
-#if ZEL_HAVE_AVX2_PATH
-// Its functions can only be inlined into AVX2 functions; unoptimised builds call them from there,
-// with the same ABI on both sides.
-struct Avx2
+// zelChromaticHsvToRgb(h, s, v, low) & 0xFFFFFF for h in 0..359 and s, v in 0..255. Lanes set in
+// *ties hold a wrong ramp channel and must be computed by zelChromaticHsvToRgb. The sector comes
+// from a multiply-high (h * 1093 >> 16 is h / 60 below 360), the channels are placed by one byte
+// shuffle per sector.
+__attribute__((target("avx2"))) inline Ints chromaticHsvToRgb(Ints h, Ints s, Ints v, Ints lowChannel, Ints* ties)
 {
-    // Reads four bytes per entry; the table must hold kGatherPadding entries more.
-    template <typename Entry>
-    __attribute__((target("avx2"))) static Ints gather(const Entry* table, Ints indices)
-    {
-        static_assert(sizeof(Entry) <= 2, "entries of one or two bytes");
-        const __m256i words = _mm256_i32gather_epi32(reinterpret_cast<const int*>(table), __m256i(indices),
-                                                     int(sizeof(Entry)));
-        return Ints(_mm256_and_si256(words, _mm256_set1_epi32(sizeof(Entry) == 1 ? 0xFF : 0xFFFF)));
-    }
-
-    // As Portable::chromaticHsvToRgb; the sector comes from a multiply-high (h * 1093 >> 16 is
-    // h / 60 below 360), the channels are placed by one byte shuffle per sector.
-    __attribute__((target("avx2"))) static Ints chromaticHsvToRgb(Ints h, Ints s, Ints v, Ints lowChannel,
-                                                                  Ints* ties)
-    {
-        const Ints sector = Ints(_mm256_mulhi_epu16(__m256i(h), _mm256_set1_epi32(1093)));
-        const Ints rampChannel = ramp(s, v, distanceInSector(h, sector), ties);
-        // Bytes 0, 1, 2 of each lane: low, ramp, value.
-        const Ints packed = lowChannel | (rampChannel << 8) | (v << 16);
-        // Per sector the source bytes of blue, green and red (0x80: zero).
-        const __m256i order = _mm256_setr_epi32(int(0x80020100u), int(0x80010200u), int(0x80000201u),
-                                                int(0x80000102u), int(0x80010002u), int(0x80020001u), 0, 0);
-        const __m256i inLane = _mm256_setr_epi32(0, 0x040404, 0x080808, 0x0C0C0C, 0, 0x040404, 0x080808, 0x0C0C0C);
-        const __m256i control = _mm256_add_epi32(_mm256_permutevar8x32_epi32(order, __m256i(sector)), inLane);
-        return Ints(_mm256_shuffle_epi8(__m256i(packed), control));
-    }
-};
-#endif
+    const Ints sector = Ints(_mm256_mulhi_epu16(__m256i(h), _mm256_set1_epi32(1093)));
+    const Ints rampChannel = ramp(s, v, distanceInSector(h, sector), ties);
+    // Bytes 0, 1, 2 of each lane: low, ramp, value.
+    const Ints packed = lowChannel | (rampChannel << 8) | (v << 16);
+    // Per sector the source bytes of blue, green and red (0x80: zero).
+    const __m256i order = _mm256_setr_epi32(int(0x80020100u), int(0x80010200u), int(0x80000201u), int(0x80000102u),
+                                            int(0x80010002u), int(0x80020001u), 0, 0);
+    const __m256i inLane = _mm256_setr_epi32(0, 0x040404, 0x080808, 0x0C0C0C, 0, 0x040404, 0x080808, 0x0C0C0C);
+    const __m256i control = _mm256_add_epi32(_mm256_permutevar8x32_epi32(order, __m256i(sector)), inLane);
+    return Ints(_mm256_shuffle_epi8(__m256i(packed), control));
+}
 
 } // namespace ZelBatch
+
+#endif // ZEL_HAVE_AVX2_PATH
 
 #endif

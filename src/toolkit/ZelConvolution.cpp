@@ -265,6 +265,7 @@ QRgb colourStep(QRgb pixel, int c)
         | uint((qGreen(blended) * s + green * own) / 150) << 8 | uint((qBlue(blended) * s + blue * own) / 150);
 }
 
+#if ZEL_HAVE_AVX2_PATH
 // Row buffers of the colour step: hues and saturations are computed in a first pass, so that
 // the long dependency chain of each pass overlaps between pixels.
 struct ColourRow
@@ -300,10 +301,9 @@ ZEL_BATCH_INLINE ZelBatch::Ints blendChannel(ZelBatch::Ints coloured, ZelBatch::
     return truncated(mixed * (1.0f / 150.0f)) << shift;
 }
 
-// colourStep of the pixels from .. to - 1 of a row for their levels.
-template <class Lanes>
-ZEL_BATCH_INLINE void colourStepsOfRow(const QRgb* source, const int16_t* levels, QRgb* target, int from, int to,
-                             ColourRow* row)
+// colourStep of the pixels from .. to - 1 of a row for their levels, eight at a time.
+ZEL_AVX2_FUNCTION void colourStepsOfRowAvx2(const QRgb* source, const int16_t* levels, QRgb* target, int from, int to,
+                                            ColourRow* row)
 {
     using namespace ZelBatch;
     typedef int16_t Shorts __attribute__((vector_size(16)));
@@ -314,7 +314,7 @@ ZEL_BATCH_INLINE void colourStepsOfRow(const QRgb* source, const int16_t* levels
     for (int x = from; x < end; x += kLanes) {
         const Channels c(load(source + x));
         store(hues + x, hue(c));
-        store(saturations + x, Lanes::gather(saturationTable, (c.max << 8) | c.min));
+        store(saturations + x, gather(saturationTable, (c.max << 8) | c.min));
     }
     for (int x = from; x < end; x += kLanes) {
         const Ints pixels = load(source + x);
@@ -326,7 +326,7 @@ ZEL_BATCH_INLINE void colourStepsOfRow(const QRgb* source, const int16_t* levels
         const Ints strong = s > 99;
         const Ints value = select(strong | (level > 100), level, c.max);
         Ints ties;
-        const Ints coloured = Lanes::chromaticHsvToRgb(load(hues + x), s, value, low(s, value), &ties);
+        const Ints coloured = chromaticHsvToRgb(load(hues + x), s, value, low(s, value), &ties);
         const Floats weight = toFloats(s);
         const Ints blended = blendChannel(coloured, pixels, weight, 16) | blendChannel(coloured, pixels, weight, 8)
             | blendChannel(coloured, pixels, weight, 0);
@@ -343,31 +343,7 @@ ZEL_BATCH_INLINE void colourStepsOfRow(const QRgb* source, const int16_t* levels
     for (int x = end; x < to; ++x)
         target[x] = colourStep(source[x], levels[x]);
 }
-
-typedef void (*ColourRowFunction)(const QRgb*, const int16_t*, QRgb*, int, int, ColourRow*);
-
-void colourStepsOfRowPortable(const QRgb* source, const int16_t* levels, QRgb* target, int from, int to,
-                              ColourRow* row)
-{
-    colourStepsOfRow<ZelBatch::Portable>(source, levels, target, from, to, row);
-}
-
-#if ZEL_HAVE_AVX2_PATH
-ZEL_AVX2_FUNCTION void colourStepsOfRowAvx2(const QRgb* source, const int16_t* levels, QRgb* target, int from,
-                                            int to, ColourRow* row)
-{
-    colourStepsOfRow<ZelBatch::Avx2>(source, levels, target, from, to, row);
-}
 #endif
-
-ColourRowFunction colourRowFunction()
-{
-#if ZEL_HAVE_AVX2_PATH
-    if (zelBatchUsesAvx2())
-        return colourStepsOfRowAvx2;
-#endif
-    return colourStepsOfRowPortable;
-}
 
 // A pixel of sobelCombined: the magnitude of the two quarter gradients, modulo 256.
 int combinedMagnitude(int horizontal, int vertical)
@@ -674,15 +650,26 @@ QImage ZelConvolution::convoluteColor(const QImage& image) const
     const ZelWordRows in(words);
     const ZelWordRows out(&result);
     const RowConvolver convolver(myKernel, divisor);
-    const ColourRowFunction colourSteps = colourRowFunction();
-    ColourRow row(width);
     GreyWindow window(in, width, GreyOf::Maximum);
     std::vector<int16_t> levels(static_cast<size_t>(width));
+#if ZEL_HAVE_AVX2_PATH
+    const bool avx2 = zelBatchUsesAvx2();
+    ColourRow row(avx2 ? width : 0);
+#endif
     for (int y = 1; y < words.height() - 1; ++y) {
         if (y > 1)
             window.advance(y - 1);
         convolver.convolve(window, width, levels.data());
-        colourSteps(in[y], levels.data(), out[y], 1, width - 1, &row);
+        const QRgb* const source = in[y];
+        QRgb* const target = out[y];
+#if ZEL_HAVE_AVX2_PATH
+        if (avx2) {
+            colourStepsOfRowAvx2(source, levels.data(), target, 1, width - 1, &row);
+            continue;
+        }
+#endif
+        for (int x = 1; x < width - 1; ++x)
+            target[x] = colourStep(source[x], levels[size_t(x)]);
     }
     copyBorders(&result);
     return result;

@@ -152,6 +152,7 @@ QRgb saturationStep(QRgb pixel, const quint16* steps)
     return alpha | (zelChromaticHsvToRgb(hue, step & 0xFF, max, step >> 8) & 0x00FFFFFFu);
 }
 
+#if ZEL_HAVE_AVX2_PATH
 // Row buffers of changeSaturation: hues and table entries are computed in a first pass, so that
 // the long dependency chain of each pass overlaps between pixels.
 struct SaturationRow
@@ -165,10 +166,9 @@ struct SaturationRow
     std::vector<int32_t> steps;
 };
 
-// saturationStep of the pixels of a row.
-template <class Lanes>
-ZEL_BATCH_INLINE void changeSaturationOfRow(const QRgb* source, QRgb* target, int width, const quint16* steps,
-                                  SaturationRow* row)
+// saturationStep of the pixels of a row, eight at a time.
+ZEL_AVX2_FUNCTION void changeSaturationOfRowAvx2(const QRgb* source, QRgb* target, int width, const quint16* steps,
+                                                 SaturationRow* row)
 {
     using namespace ZelBatch;
     const int end = width / kLanes * kLanes;
@@ -177,14 +177,14 @@ ZEL_BATCH_INLINE void changeSaturationOfRow(const QRgb* source, QRgb* target, in
     for (int x = 0; x < end; x += kLanes) {
         const Channels c(load(source + x));
         store(hues + x, hue(c));
-        store(stepsOfPixels + x, Lanes::gather(steps, (c.max << 8) | c.min));
+        store(stepsOfPixels + x, gather(steps, (c.max << 8) | c.min));
     }
     for (int x = 0; x < end; x += kLanes) {
         const Ints pixels = load(source + x);
         const Channels c(pixels);
         const Ints step = load(stepsOfPixels + x);
         Ints ties;
-        const Ints chromatic = Lanes::chromaticHsvToRgb(load(hues + x), step & 0xFF, c.max, step >> 8, &ties);
+        const Ints chromatic = chromaticHsvToRgb(load(hues + x), step & 0xFF, c.max, step >> 8, &ties);
         const Ints grey = c.max == c.min;
         const Ints colour = ~(step == int(kRejected)) & select(grey, pixels & 0x00FFFFFF, chromatic);
         store(target + x, (pixels & int(0xFF000000u)) | colour);
@@ -198,31 +198,7 @@ ZEL_BATCH_INLINE void changeSaturationOfRow(const QRgb* source, QRgb* target, in
     for (int x = end; x < width; ++x)
         target[x] = saturationStep(source[x], steps);
 }
-
-typedef void (*SaturationRowFunction)(const QRgb*, QRgb*, int, const quint16*, SaturationRow*);
-
-void changeSaturationOfRowPortable(const QRgb* source, QRgb* target, int width, const quint16* steps,
-                                   SaturationRow* row)
-{
-    changeSaturationOfRow<ZelBatch::Portable>(source, target, width, steps, row);
-}
-
-#if ZEL_HAVE_AVX2_PATH
-ZEL_AVX2_FUNCTION void changeSaturationOfRowAvx2(const QRgb* source, QRgb* target, int width,
-                                                 const quint16* steps, SaturationRow* row)
-{
-    changeSaturationOfRow<ZelBatch::Avx2>(source, target, width, steps, row);
-}
 #endif
-
-SaturationRowFunction saturationRowFunction()
-{
-#if ZEL_HAVE_AVX2_PATH
-    if (zelBatchUsesAvx2())
-        return changeSaturationOfRowAvx2;
-#endif
-    return changeSaturationOfRowPortable;
-}
 
 // Quarter turn of words, in square tiles so that reads and writes both stay in few pages.
 void turn(const QImage& source, QImage* target, bool clockwise)
@@ -451,10 +427,20 @@ QImage ZelEditImageManipulator::changeSaturation(const QImage& image, double fac
     const ZelWordRows in(words);
     const ZelWordRows out(&result);
     const int width = words.width();
-    const SaturationRowFunction changeRow = saturationRowFunction();
-    SaturationRow row(width);
-    for (int y = 0; y < words.height(); ++y)
-        changeRow(in[y], out[y], width, steps, &row);
+#if ZEL_HAVE_AVX2_PATH
+    if (zelBatchUsesAvx2()) {
+        SaturationRow row(width);
+        for (int y = 0; y < words.height(); ++y)
+            changeSaturationOfRowAvx2(in[y], out[y], width, steps, &row);
+        return result;
+    }
+#endif
+    for (int y = 0; y < words.height(); ++y) {
+        const QRgb* const source = in[y];
+        QRgb* const target = out[y];
+        for (int x = 0; x < width; ++x)
+            target[x] = saturationStep(source[x], steps);
+    }
     return result;
 }
 

@@ -21,7 +21,7 @@
 class ZelConvolution
 {
 public:
-    // The values are part of the interface. Values above confLaplace behave like confSobelHColor.
+    // The values are part of the interface; any other value behaves like confSobelHColor.
     enum convolutionConfiguration : int {
         confSobelHColor = 0,
         confLaplaceInverted = 1,

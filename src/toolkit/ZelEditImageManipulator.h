@@ -47,7 +47,7 @@ public:
     static bool whouldMonoBePossible(const QImage& image);
     // QColor's HSV saturation times factor (truncated), hue, value and alpha kept. A factor that
     // takes a saturation out of 0 .. 255 (or is not a number) turns the pixel black, as QColor
-    // rejects the colour.
+    // rejects the colour (QColor's warning per pixel is not repeated).
     static QImage changeSaturation(const QImage& image, double factor);
     // RGB32-normalised copies with each row reversed, and with the row order reversed.
     static QImage mirrorHorizontal(const QImage& image);

@@ -30,7 +30,7 @@ test-asan: deps
 	@cd $(ASAN_DIR) && ctest --output-on-failure -j $(JOBS)
 
 bench: build
-	@bash bench/run.sh $(ZELFX)
+	@ZEL_TOOLKIT_BENCH=$(BUILD_DIR)/bench/zel_toolkit_bench bash bench/run.sh $(ZELFX)
 
 install: build
 	@cmake --install $(BUILD_DIR) --prefix $(PREFIX)

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Benchmarks every effect that `zelfx list --bench` names and prints one table row per effect.
-# usage: bench/run.sh ZELFX [zelfx bench options, e.g. --size 640x480 --repeat 3]
+# Benchmarks every effect that `zelfx list --bench` names and prints one table row per effect,
+# then, when ZEL_TOOLKIT_BENCH names the toolkit harness (zel_toolkit_bench), its table.
+# usage: [ZEL_TOOLKIT_BENCH=PATH] bench/run.sh ZELFX [zelfx bench options, e.g. --size 640x480 --repeat 3]
 set -euo pipefail
 
 if [[ $# -lt 1 ]]; then
@@ -32,4 +33,15 @@ for effect in $effects; do
     failed=1
   fi
 done
+
+if [[ -n "${ZEL_TOOLKIT_BENCH:-}" ]]; then
+  echo
+  # Google Benchmark's own report is long; only the harness's ratio table is shown here.
+  if ! "$ZEL_TOOLKIT_BENCH" --benchmark_format=console --benchmark_color=false 2>"$errors" \
+      | sed -n '/^toolkit operation/,$p'; then
+    echo "zel_toolkit_bench failed"
+    sed 's/^/    /' "$errors"
+    failed=1
+  fi
+fi
 exit $failed

@@ -61,6 +61,7 @@ void TestInstall::stagedInstallHasOneHeaderPerPublicClass_data()
     QTest::newRow("framework header") << "include/ZelImageProcessing/ZelImageProcessor.h";
     QTest::newRow("parameter header") << "include/ZelImageProcessing/ZelParameterDescriptionNumber.h";
     QTest::newRow("registry header") << "include/ZelImageProcessing/ZelEffectRegistry.h";
+    QTest::newRow("toolkit header") << "include/ZelImageProcessing/ZelConvolution.h";
     QTest::newRow("library") << "lib/libZelImageProcessing.so";
     QTest::newRow("platform library") << "lib/libZelGUIWidgets.so";
     QTest::newRow("tool") << "bin/zelfx";

@@ -1,7 +1,17 @@
 #include "ZelConvolutionKernelGenerator.h"
 #include "ZelEffectRegistry.h"
+#include "ZelImageProcessorBackgroundImage.h"
+#include "ZelImageProcessorCharcoal.h"
+#include "ZelImageProcessorContrastStretch.h"
 #include "ZelImageProcessorConvolution.h"
+#include "ZelImageProcessorGrayscale.h"
+#include "ZelImageProcessorInvert.h"
+#include "ZelImageProcessorStrongContur.h"
+#include "ZelImageProcessorWeakContur.h"
+#include "ZelMagickWandWrapper.h"
 #include "ZelMetaTypeCoreRegistry.h"
+#include "ZelParameterDescriptionNumber_p.h"
+#include "ZelProgressSignalizer.h"
 
 #include <QLoggingCategory>
 #include <QMatrix>
@@ -282,6 +292,68 @@ QList<int> range(int from, int to)
     return values;
 }
 
+std::unique_ptr<ZelImageProcessor> makeEffect(const QString& name, const QImage& image)
+{
+    return std::unique_ptr<ZelImageProcessor>(ZelEffectRegistry::create(ZelEffectRegistry::find(name), image));
+}
+
+// Opaque, photo-like: smooth gradients with a pattern of detail and a few hard edges.
+QImage photo(int width, int height)
+{
+    QImage image(width, height, QImage::Format_ARGB32);
+    for (int y = 0; y < height; ++y) {
+        QRgb* line = reinterpret_cast<QRgb*>(image.scanLine(y));
+        for (int x = 0; x < width; ++x) {
+            const bool detail = (x / 3 + y / 2) % 4 == 0;
+            line[x] = qRgb(255 * x / width, detail ? 40 : 255 * y / height, (x * 7 + y * 13) % 256);
+        }
+    }
+    return image;
+}
+
+QImage runCharcoal(const QImage& image, int radius)
+{
+    ZelImageProcessorCharcoal charcoal(image);
+    ZelUIParameterMap values;
+    values.insert("Radius", qMakePair(QVariant(radius), true));
+    charcoal.setParameters(values);
+    return charcoal.result();
+}
+
+// The charcoal chain from public processors, with the edge step as its definition reads.
+QImage referenceCharcoal(const QImage& source, int radius)
+{
+    ZelImageProcessorGrayscale grayscale(source);
+    grayscale.setParamters(QImage::Format_Indexed8);
+    const QImage grey = grayscale.result();
+    Kernel2D kernel;
+    double factor = 0;
+    generator().generateHVDifferenceFilter(kernel, factor, qBound(0, radius, 100) / 25 + 1);
+    const int size = kernel.size();
+    QImage edges = grey.copy();
+    for (int y = 0; y < grey.height(); ++y) {
+        for (int x = 0; x < grey.width(); ++x) {
+            qint64 horizontal = 0;
+            qint64 vertical = 0;
+            for (int i = 0; i < size; ++i) {
+                for (int j = 0; j < size; ++j) {
+                    const int value = grey.constScanLine(clampIndex(y - size / 2 + i, grey.height()))
+                                          [clampIndex(x - size / 2 + j, grey.width())];
+                    horizontal += kernel[i][j] * value;
+                    vertical += kernel[j][i] * value;
+                }
+            }
+            edges.scanLine(y)[x] = uchar(qMin(255, int((std::abs(horizontal) + std::abs(vertical)) / factor)));
+        }
+    }
+    const QImage inverted = ZelImageProcessorInvert(edges).result();
+    Kernel gauss;
+    double norm = 0;
+    generator().generateGaussFilter(qBound(1.0, radius * 0.5, 5.0), 0, gauss, norm);
+    const QImage blurred = convolveSeparable(inverted, gauss, norm);
+    return ZelImageProcessorContrastStretch(blurred).result().convertToFormat(QImage::Format_ARGB32);
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(QImage::Format)
@@ -344,6 +416,33 @@ private slots:
     void convolutionBadSources_data();
     void convolutionBadSources();
     void convolutionInRegistryAndZelfx();
+
+    // chains
+    void metadata_data();
+    void metadata();
+    void previewsRunTheSameWork_data();
+    void previewsRunTheSameWork();
+    void badSources_data();
+    void badSources();
+    void conturesOfAFlatPicture_data();
+    void conturesOfAFlatPicture();
+    void conturesOfAnEdge_data();
+    void conturesOfAnEdge();
+    void conturesReportNoProgress_data();
+    void conturesReportNoProgress();
+    void backgroundParameters();
+    void backgroundDenormalizedUnsharpen_data();
+    void backgroundDenormalizedUnsharpen();
+    void backgroundIsTheBridgesBlur_data();
+    void backgroundIsTheBridgesBlur();
+    void charcoalParameter();
+    void charcoalMatchesItsChain_data();
+    void charcoalMatchesItsChain();
+    void charcoalSigmaIsClamped_data();
+    void charcoalSigmaIsClamped();
+    void charcoalOfAFlatPictureIsBlack();
+    void charcoalProgress();
+    void charcoalCancel();
 
 private:
     MarkingTranslator myTranslator;
@@ -679,6 +778,7 @@ void TestFilter::twoDimensionalMatchesItsDefinition_data()
         {"weights up to 300 (32-bit sums)", {{1, 4, 7, 4, 1}, {4, 16, 26, 16, 4}, {7, 26, -300, 26, 7},
                                              {4, 16, 26, 16, 4}, {1, 4, 7, 4, 1}}},
         {"weights of 2^29 (64-bit sums)", {{0, 1 << 29, 0}, {-(1 << 29), 3, 1 << 29}, {0, 0, -(1 << 29)}}},
+        {"no negative weights (unsigned 32-bit sums)", {{0, 1 << 23, 0}, {0, 1, 0}, {0, 0, 3}}},
         {"even size", {{1, 0, 0, 2}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}},
         {"one weight", {{1}}},
         {"larger than the image", Kernel2D(15, Kernel(15, 1))}};
@@ -920,6 +1020,9 @@ void TestFilter::separableMatchesItsDefinition_data()
     Kernel gauss;
     double gaussSum = 0;
     generator().generateGaussFilter(2.0, 6, gauss, gaussSum);
+    Kernel wideGauss;
+    double wideGaussSum = 0;
+    generator().generateGaussFilter(5.0, 0, wideGauss, wideGaussSum);
     QPainterPath ellipse;
     ellipse.addEllipse(QPointF(18, 3), 9, 2.5);
     const QList<std::tuple<const char*, Kernel, double>> kernels{
@@ -928,6 +1031,8 @@ void TestFilter::separableMatchesItsDefinition_data()
         std::make_tuple("13-tap Gaussian (32-bit sums, mirrored)", gauss, gaussSum),
         std::make_tuple("not mirrored, a zero (32-bit sums)", Kernel{1000, -2000, 1500, 0, 9}, 3.7),
         std::make_tuple("nearly mirrored (32-bit sums)", Kernel{500, 7, 600, 7, 501}, 1615.0),
+        std::make_tuple("31-tap Gaussian (unsigned 32-bit sums)", wideGauss, wideGaussSum),
+        std::make_tuple("not mirrored (unsigned 32-bit sums)", Kernel{9000000, 1, 3000000}, 1.5),
         std::make_tuple("2^29 (64-bit sums)", Kernel{1 << 29, -(1 << 30), 1 << 29, 5}, 1e9),
         std::make_tuple("longer than the image", Kernel(41, 3), 123.0),
         std::make_tuple("factor below 1", Kernel{2, 1, 2}, 0.3)};
@@ -1130,6 +1235,371 @@ void TestFilter::convolutionInRegistryAndZelfx()
     // Ragged rows convert, and the effect leaves the source as it is.
     QCOMPARE(zelfx({"--call", "setParameters(1,2;3,4)"}), loaded);
     QCOMPARE(zelfx({"--call", "setParameters(1,x,4)"}), QImage());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Chains
+
+void TestFilter::metadata_data()
+{
+    QTest::addColumn<QString>("effect");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("toolTip");
+    QTest::addColumn<QString>("iconName");
+    const auto row = [](const char* effect, const char* name, const char* toolTip, const char* icon) {
+        QTest::newRow(effect) << effect << QString::fromUtf8(name) << QString::fromUtf8(toolTip) << icon;
+    };
+    row("StrongContur", "Starke Konturen", "Kontur zeichnen, stark", "ico_strong_contur");
+    row("WeakContur", "Schwache Konturen", "Kontur zeichnen, schwach", "ico_weak_contur");
+    row("BackgroundImage", "Weichzeichner", "Hintergrundbild erzeugen ", "ico_blur");
+    row("Charcoal", "Kohlezeichnung", "Dieser Effekt vermittelt den Eindruck einer Kohlezeichnung ", "ico_charcoal");
+}
+
+// The name is translated in the implementation's context, the tooltip in the public class's.
+void TestFilter::metadata()
+{
+    QFETCH(QString, effect);
+    QFETCH(QString, name);
+    QFETCH(QString, toolTip);
+    QFETCH(QString, iconName);
+    const QString publicClass = "ZelImageProcessor" + effect;
+    const auto processor = makeEffect(effect, QImage());
+    QCOMPARE(QString::fromLatin1(processor->metaObject()->className()), publicClass);
+    QCOMPARE(processor->effectName(), QStringLiteral("[%1Impl]%2").arg(publicClass, name));
+    QCOMPARE(processor->property("ToolTip").toString(), QStringLiteral("[%1]%2").arg(publicClass, toolTip));
+    QVERIFY(!processor->property("toolTip").isValid());
+    QCOMPARE(processor->property("IconName").toString(), iconName);
+}
+
+void TestFilter::previewsRunTheSameWork_data()
+{
+    QTest::addColumn<QString>("effect");
+    for (const char* effect : {"StrongContur", "WeakContur", "BackgroundImage", "Charcoal"})
+        QTest::newRow(effect) << effect;
+}
+
+// On the scaled source or the section, with this effect's parameters.
+void TestFilter::previewsRunTheSameWork()
+{
+    QFETCH(QString, effect);
+    const QImage image = photo(60, 40);
+    const auto processor = makeEffect(effect, image);
+    ZelUIParameterMap values;
+    values.insert(effect == "Charcoal" ? "Radius" : "CWhiteRatio", qMakePair(QVariant(3), true));
+    processor->setParameters(values);
+    const QImage scaled = image.scaled(QSize(30, 30), Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    const auto scaledProcessor = makeEffect(effect, scaled);
+    scaledProcessor->setParameters(values);
+    QCOMPARE(processor->generatePreview(QSize(30, 30)), scaledProcessor->result());
+    const auto sectionProcessor = makeEffect(effect, image.copy(5, 6, 20, 22));
+    sectionProcessor->setParameters(values);
+    QCOMPARE(processor->generatePreview(QRect(5, 6, 20, 22)), sectionProcessor->result());
+}
+
+void TestFilter::badSources_data()
+{
+    QTest::addColumn<QString>("effect");
+    QTest::addColumn<QImage>("image");
+    QTest::addColumn<QImage::Format>("format");
+    const QList<QPair<const char*, QImage::Format>> effects{{"StrongContur", QImage::Format_Indexed8},
+                                                           {"WeakContur", QImage::Format_Indexed8},
+                                                           {"BackgroundImage", QImage::Format_ARGB32},
+                                                           {"Charcoal", QImage::Format_ARGB32}};
+    QImage mono(9, 7, QImage::Format_Mono);
+    mono.fill(0);
+    QImage rgb888(3, 5, QImage::Format_RGB888);
+    rgb888.fill(Qt::darkRed);
+    for (const auto& effect : effects) {
+        const QByteArray name(effect.first);
+        QTest::newRow(name + ", null") << effect.first << QImage() << QImage::Format_Invalid;
+        QTest::newRow(name + ", 1 x 1") << effect.first << photo(1, 1) << effect.second;
+        QTest::newRow(name + ", 2 x 1") << effect.first << photo(2, 1) << effect.second;
+        QTest::newRow(name + ", indexed") << effect.first << randomImage(8, 6, QImage::Format_Indexed8, 30)
+                                          << effect.second;
+        QTest::newRow(name + ", mono") << effect.first << mono << effect.second;
+        QTest::newRow(name + ", RGB888") << effect.first << rgb888 << effect.second;
+    }
+}
+
+// Null stays null; everything else keeps its size.
+void TestFilter::badSources()
+{
+    QFETCH(QString, effect);
+    QFETCH(QImage, image);
+    QFETCH(QImage::Format, format);
+    const QImage result = makeEffect(effect, image)->result();
+    QCOMPARE(result.format(), format);
+    QCOMPARE(result.size(), image.size());
+}
+
+void TestFilter::conturesOfAFlatPicture_data()
+{
+    QTest::addColumn<QString>("effect");
+    QTest::newRow("StrongContur") << "StrongContur";
+    QTest::newRow("WeakContur") << "WeakContur";
+}
+
+// Every kernel sum is 0, the inversion gives 255, and doubling it wraps: 510 modulo 256 = 254.
+void TestFilter::conturesOfAFlatPicture()
+{
+    QFETCH(QString, effect);
+    QImage flat(7, 5, QImage::Format_RGB32);
+    flat.fill(qRgb(90, 120, 30));
+    const QImage contour = makeEffect(effect, flat)->result();
+    QCOMPARE(contour.format(), QImage::Format_Indexed8);
+    QCOMPARE(contour.colorTable(), greyTable());
+    QCOMPARE(indexRows(contour), repeated(5, repeated(7, 254)));
+}
+
+void TestFilter::conturesOfAnEdge_data()
+{
+    QTest::addColumn<QString>("effect");
+    QTest::addColumn<QList<int>>("row");
+    // Grey levels 0, 0, 90 in every row. Horizontal Sobel: |4 x left - 4 x right| = 0, 360, 360,
+    // modulo 256 0, 104, 104; the vertical one is 0. Combined 0, 104, 104; inverted 255, 151,
+    // 151; doubled 510 -> 254, 302 -> 46.
+    QTest::newRow("StrongContur") << "StrongContur" << QList<int>{254, 46, 46};
+    // Laplace: |3 x left - 6 x centre + 3 x right| = 0, 270, 270 -> 14; inverted 255, 241, 241;
+    // doubled 254, 482 -> 226.
+    QTest::newRow("WeakContur") << "WeakContur" << QList<int>{254, 226, 226};
+}
+
+void TestFilter::conturesOfAnEdge()
+{
+    QFETCH(QString, effect);
+    QFETCH(QList<int>, row);
+    QImage edge(3, 3, QImage::Format_ARGB32);
+    edge.fill(qRgb(0, 0, 0));
+    for (int y = 0; y < 3; ++y)
+        reinterpret_cast<QRgb*>(edge.scanLine(y))[2] = qRgb(90, 10, 20);
+    QCOMPARE(indexRows(makeEffect(effect, edge)->result()), repeated(3, row));
+}
+
+void TestFilter::conturesReportNoProgress_data()
+{
+    conturesOfAFlatPicture_data();
+}
+
+// The stages are processors of their own; only the end reaches the caller.
+void TestFilter::conturesReportNoProgress()
+{
+    QFETCH(QString, effect);
+    const auto processor = makeEffect(effect, photo(20, 10));
+    QSignalSpy progress(processor.get(), &ZelImageProcessor::progress);
+    QSignalSpy finished(processor.get(), &ZelImageProcessor::finished);
+    processor->result();
+    QCOMPARE(progress.count(), 0);
+    QCOMPARE(finished.count(), 1);
+    QCOMPARE(finished.first().first().toBool(), false);
+}
+
+void TestFilter::backgroundParameters()
+{
+    ZelImageProcessorBackgroundImage background(photo(10, 10));
+    const ZelParameterDescriptionContainer container = background.parameterContainer();
+    QCOMPARE(container.parameterNames(), (QStringList{"ASaturation", "BUnsharpen", "CWhiteRatio"}));
+    const QStringList labels{"Entsättigen", "Unschärfe", "Nach weiß ausblenden"};
+    for (int i = 0; i < 3; ++i) {
+        const QString key = container.parameterNames().at(i);
+        const ZelParameterDescription parameter = container.parameter(key);
+        QCOMPARE(container.position(key), QPoint(i, 0));
+        QCOMPARE(parameter.visibleName(), "[ZelImageProcessorBackgroundImageImpl]" + labels[i]);
+        QCOMPARE(parameter.value(), QVariant(0));
+        QVERIFY(parameter.isCheckable());
+        QVERIFY(parameter.isEnabled());
+        const auto* number = dynamic_cast<const ZelParameterDescriptionNumberImpl*>(parameter.constData());
+        QVERIFY(number);
+        QCOMPARE(number->min(), QVariant(0));
+        QCOMPARE(number->max(), QVariant(10));
+        QCOMPARE(number->defaultValue(), QVariant(0));
+    }
+    background.setParameters(7, 8, 9);
+    QCOMPARE(background.whiteRatio(), 7);
+    QCOMPARE(background.unsharpenStrength(), 8);
+    QCOMPARE(background.saturationStrength(), 9);
+    QVERIFY(QMetaObject::invokeMethod(&background, "setParameters", Q_ARG(int, 1), Q_ARG(int, 2), Q_ARG(int, 3)));
+    QCOMPARE(background.parameterContainer().value("CWhiteRatio"), QVariant(1));
+    QCOMPARE(background.parameterContainer().value("ASaturation"), QVariant(3));
+
+    // A disabled step reads as 0 whatever its value.
+    ZelParameterDescriptionContainer disabled = background.parameterContainer();
+    ZelParameterDescription white = disabled.parameter("CWhiteRatio");
+    white.setEnabled(false);
+    disabled.remove("CWhiteRatio");
+    disabled.add(white, 2, 0);
+    background.setParameters(disabled);
+    QCOMPARE(background.whiteRatio(), 0);
+    QCOMPARE(background.saturationStrength(), 3);
+}
+
+void TestFilter::backgroundDenormalizedUnsharpen_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<int>("unsharpen");
+    QTest::addColumn<int>("sigma");
+    // qRound(sqrt(w x h) x unsharpen / 10 / 25).
+    QTest::newRow("0 passes 0") << QSize(400, 100) << 0 << 0;
+    QTest::newRow("200 x 0.5 / 25 = 4") << QSize(400, 100) << 5 << 4;
+    QTest::newRow("100 x 0.3 / 25 = 1.2") << QSize(100, 100) << 3 << 1;
+    QTest::newRow("100 x 0.4 / 25 = 1.6") << QSize(100, 100) << 4 << 2;
+    QTest::newRow("125 x 0.3 / 25 = 1.5: halves up") << QSize(125, 125) << 3 << 2;
+    QTest::newRow("above 10 counts as 10") << QSize(125, 125) << 50 << 5;
+    QTest::newRow("largest int counts as 10") << QSize(125, 125) << INT_MAX << 5;
+    QTest::newRow("negative counts as 0") << QSize(125, 125) << -4 << 0;
+    QTest::newRow("no source") << QSize() << 10 << 0;
+}
+
+void TestFilter::backgroundDenormalizedUnsharpen()
+{
+    QFETCH(QSize, size);
+    QFETCH(int, unsharpen);
+    QFETCH(int, sigma);
+    ZelImageProcessorBackgroundImage background(size.isValid() ? photo(size.width(), size.height()) : QImage());
+    background.setParameters(0, unsharpen, 0);
+    QCOMPARE(background.unsharpenStrengthDenormalized(), sigma);
+}
+
+void TestFilter::backgroundIsTheBridgesBlur_data()
+{
+    QTest::addColumn<int>("whiteRatio");
+    QTest::addColumn<int>("unsharpen");
+    QTest::addColumn<int>("saturation");
+    QTest::addColumn<int>("blurRadius");
+    // 40 x 40: sqrt 40, x 0.5 / 25 = 0.8 -> 1.
+    QTest::newRow("every step") << 3 << 5 << 2 << 1;
+    QTest::newRow("nothing: the round trip") << 0 << 0 << 0 << 0;
+    QTest::newRow("white from 12 on") << 12 << 0 << 0 << 0;
+    QTest::newRow("saturation only") << 0 << 0 << 6 << 0;
+}
+
+// White ratio, blur and saturation reach the bridge as softness, blur radius and fade.
+void TestFilter::backgroundIsTheBridgesBlur()
+{
+    QFETCH(int, whiteRatio);
+    QFETCH(int, unsharpen);
+    QFETCH(int, saturation);
+    QFETCH(int, blurRadius);
+    const QImage image = photo(40, 40);
+    ZelImageProcessorBackgroundImage background(image);
+    background.setParameters(whiteRatio, unsharpen, saturation);
+    QSignalSpy finished(&background, &ZelImageProcessor::finished);
+    ZelProgressSignalizer signalizer;
+    QCOMPARE(background.result(), ZelMagickWandWrapper(&signalizer).blur(image, whiteRatio, blurRadius, saturation));
+    QCOMPARE(finished.count(), 1);
+    QCOMPARE(finished.first().first().toBool(), false);
+}
+
+void TestFilter::charcoalParameter()
+{
+    const ZelParameterDescriptionContainer container = ZelImageProcessorCharcoal().parameterContainer();
+    QCOMPARE(container.parameterNames(), QStringList{"Radius"});
+    const ZelParameterDescription radius = container.parameter("Radius");
+    QCOMPARE(container.position("Radius"), QPoint(0, 0));
+    QCOMPARE(radius.visibleName(), QStringLiteral("[ZelImageProcessorCharcoalImpl]Stiftstärke"));
+    QCOMPARE(radius.value(), QVariant(50));
+    QVERIFY(!radius.isCheckable());
+    const auto* number = dynamic_cast<const ZelParameterDescriptionNumberImpl*>(radius.constData());
+    QVERIFY(number);
+    QCOMPARE(number->min(), QVariant(0));
+    QCOMPARE(number->max(), QVariant(100));
+}
+
+void TestFilter::charcoalMatchesItsChain_data()
+{
+    QTest::addColumn<int>("radius");
+    QTest::newRow("0: half-width 1, sigma 1") << 0;
+    QTest::newRow("7: half-width 1, sigma 3.5") << 7;
+    QTest::newRow("50: half-width 3, sigma 5") << 50;
+    QTest::newRow("99: half-width 4, sigma 5") << 99;
+    QTest::newRow("100: half-width 5, sigma 5") << 100;
+}
+
+void TestFilter::charcoalMatchesItsChain()
+{
+    QFETCH(int, radius);
+    const QImage image = photo(45, 31);
+    QCOMPARE(runCharcoal(image, radius), referenceCharcoal(image, radius));
+}
+
+void TestFilter::charcoalSigmaIsClamped_data()
+{
+    QTest::addColumn<int>("radius");
+    QTest::addColumn<int>("sameAs");
+    QTest::addColumn<int>("differentFrom");
+    // Sigma radius / 2, at most 5.0 and at least 1.0; the edge half-width radius / 25 + 1 with
+    // the radius taken into 0 ... 100.
+    QTest::newRow("1 and 2: sigma 1.0 like 0") << 2 << 0 << 3;
+    QTest::newRow("negative: sigma 1.0 like 0") << -40 << 0 << 3;
+    QTest::newRow("11 and 24: sigma 5.0 like 10") << 24 << 10 << 9;
+    QTest::newRow("beyond 100: like 100") << INT_MAX << 100 << 99;
+}
+
+void TestFilter::charcoalSigmaIsClamped()
+{
+    QFETCH(int, radius);
+    QFETCH(int, sameAs);
+    QFETCH(int, differentFrom);
+    const QImage image = photo(45, 31);
+    const QImage charcoal = runCharcoal(image, radius);
+    QCOMPARE(charcoal, runCharcoal(image, sameAs));
+    QVERIFY(charcoal != runCharcoal(image, differentFrom));
+}
+
+// No edges: the inversion is white everywhere and so is the blur; the stretch then finds black
+// and white point both at 255 and maps 255 to black.
+void TestFilter::charcoalOfAFlatPictureIsBlack()
+{
+    QImage flat(12, 9, QImage::Format_RGB32);
+    flat.fill(qRgb(200, 100, 50));
+    QImage black(12, 9, QImage::Format_ARGB32);
+    black.fill(0xFF000000u);
+    QCOMPARE(runCharcoal(flat, 50), black);
+}
+
+// Grey levels, edges, inversion and both convolution passes report on the effect's channel,
+// each under its own title; the stretch reports nothing. The end comes last.
+void TestFilter::charcoalProgress()
+{
+    ZelImageProcessorCharcoal charcoal(photo(6, 4));
+    QSignalSpy progress(&charcoal, &ZelImageProcessor::progress);
+    QSignalSpy finished(&charcoal, &ZelImageProcessor::finished);
+    QList<int> progressBeforeFinished;
+    connect(&charcoal, &ZelImageProcessor::finished, this, [&] { progressBeforeFinished << progress.count(); });
+    const QImage result = charcoal.result();
+    QCOMPARE(result.format(), QImage::Format_ARGB32);
+    const ProgressRecord record = progressOf(progress);
+    const QStringList titles = repeated(4, QStringLiteral("[ZelImageProcessorGrayscaleImpl]Graustufen"))
+        + repeated(4, QStringLiteral("[ZelImageProcessorCharcoalImpl]Kohlezeichnung"))
+        + repeated(4, QStringLiteral("[ZelImageProcessorInvertImpl]Invertieren"))
+        + repeated(8, QStringLiteral("[ZelImageProcessorConvolutionImpl]Faltung"));
+    QCOMPARE(record.titles, titles);
+    QCOMPARE(record.steps, repeated(20, QString()));
+    QCOMPARE(record.currents, range(0, 4) + range(0, 4) + range(0, 4) + range(0, 4) + range(0, 4));
+    QCOMPARE(record.totals, repeated(20, 3));
+    QCOMPARE(finished.count(), 1);
+    QCOMPARE(finished.first().first().toBool(), false);
+    QCOMPARE(progressBeforeFinished, QList<int>{20});
+}
+
+// A cancel stops the chain after the running step (the processors of the chain do not see it,
+// the edge step stops at once); the source comes back, and cancel() has sent the only finished.
+void TestFilter::charcoalCancel()
+{
+    const QImage image = photo(6, 4);
+    // Progress signals 1-4 grey levels, 5-8 edges, 9-12 inversion, 13-20 convolution.
+    const QList<QPair<int, int>> cancelAtAndStop{{1, 4}, {6, 6}, {11, 12}, {15, 20}};
+    for (const auto& cancel : cancelAtAndStop) {
+        ZelImageProcessorCharcoal charcoal(image);
+        QSignalSpy finished(&charcoal, &ZelImageProcessor::finished);
+        int count = 0;
+        connect(&charcoal, &ZelImageProcessor::progress, this, [&] {
+            if (++count == cancel.first)
+                charcoal.cancel();
+        });
+        QCOMPARE(charcoal.result(), image);
+        QCOMPARE(finished.count(), 1);
+        QCOMPARE(count, cancel.second);
+    }
 }
 
 QTEST_MAIN(TestFilter)

@@ -59,12 +59,19 @@ bool isReadable(const QVector<QVector<int> >& kernel, int rows, int columns)
     return true;
 }
 
-qint64 absoluteWeight(const QVector<QVector<int> >& kernel, int rows, int columns)
+ZelKernelWeight weightOf(const QVector<QVector<int> >& kernel, int rows, int columns)
 {
-    qint64 total = 0;
+    ZelKernelWeight weight;
     for (int i = 0; i < rows; ++i)
-        total = zelAbsoluteWeight(kernel.at(i).mid(0, columns), total);
-    return total;
+        weight.add(kernel.at(i), columns);
+    return weight;
+}
+
+ZelKernelWeight weightOf(const QVector<int>& kernel)
+{
+    ZelKernelWeight weight;
+    weight.add(kernel);
+    return weight;
 }
 
 // The channel sums of a 32-bit pixel as QColor::setRgb(red, green, blue, 255).rgb() gives
@@ -312,15 +319,10 @@ QImage ZelImageProcessorConvolutionImpl::applyConvolution()
     if (!isReadable(myKernel2D, rows, columns))
         return sourceImage();
     const bool indexed = isIndexed(source);
-    switch (zelSumTypeFor(absoluteWeight(myKernel2D, rows, columns))) {
-    case ZelSumType::Int16:
-        return indexed ? convolveIndexed<qint16>(source, rows, columns) : convolveWords<qint16>(source, rows, columns);
-    case ZelSumType::Int32:
-        return indexed ? convolveIndexed<qint32>(source, rows, columns) : convolveWords<qint32>(source, rows, columns);
-    case ZelSumType::Int64:
-        break;
-    }
-    return indexed ? convolveIndexed<quint64>(source, rows, columns) : convolveWords<quint64>(source, rows, columns);
+    return zelWithSumType(weightOf(myKernel2D, rows, columns), [&](auto zero) {
+        using Sum = decltype(zero);
+        return indexed ? convolveIndexed<Sum>(source, rows, columns) : convolveWords<Sum>(source, rows, columns);
+    });
 }
 
 // Every pixel, rows and columns clamped. The 2-D factor is always 1.0 (the public setter
@@ -396,15 +398,9 @@ QImage ZelImageProcessorConvolutionImpl::applyFilterAlongXDirection(const QImage
         return image;
     if (!isIndexed(image))
         qDebug() << "applyFilterAlongXDirection, 32Bit";
-    switch (zelSumTypeFor(zelAbsoluteWeight(kernel))) {
-    case ZelSumType::Int16:
-        return filterAlongX<qint16>(image, kernel, avoid);
-    case ZelSumType::Int32:
-        return filterAlongX<qint32>(image, kernel, avoid);
-    case ZelSumType::Int64:
-        break;
-    }
-    return filterAlongX<quint64>(image, kernel, avoid);
+    return zelWithSumType(weightOf(kernel), [&](auto zero) {
+        return filterAlongX<decltype(zero)>(image, kernel, avoid);
+    });
 }
 
 QImage ZelImageProcessorConvolutionImpl::applyFilterAlongYDirection(QImage image, const QVector<int>& kernel,
@@ -412,15 +408,9 @@ QImage ZelImageProcessorConvolutionImpl::applyFilterAlongYDirection(QImage image
 {
     if (image.isNull())
         return image;
-    switch (zelSumTypeFor(zelAbsoluteWeight(kernel))) {
-    case ZelSumType::Int16:
-        return filterAlongY<qint16>(std::move(image), kernel, avoid);
-    case ZelSumType::Int32:
-        return filterAlongY<qint32>(std::move(image), kernel, avoid);
-    case ZelSumType::Int64:
-        break;
-    }
-    return filterAlongY<quint64>(std::move(image), kernel, avoid);
+    return zelWithSumType(weightOf(kernel), [&](auto zero) {
+        return filterAlongY<decltype(zero)>(std::move(image), kernel, avoid);
+    });
 }
 
 template <typename Sum>

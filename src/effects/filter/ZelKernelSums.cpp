@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <type_traits>
 
 // The lane loops are compiled twice on x86-64, once for AVX2, and the processor picks at load
 // time: AVX2 multiplies eight 32-bit lanes in one instruction, SSE2 has no such multiply. The
@@ -119,11 +120,12 @@ __attribute__((target("avx2"))) void sumTapsAvx2(const ZelTaps& taps, int count,
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(sums + k), low);
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(sums + k + 8), high);
     }
+    // Unsigned, like the vector lanes: 32-bit unsigned sums use this loop as well.
     for (; k < count; ++k) {
-        qint32 sum = 0;
+        quint32 sum = 0;
         for (int i = 0; i < taps.size(); ++i)
-            sum += taps.weights()[i] * qint32(taps.lines()[i][k]);
-        sums[k] = sum;
+            sum += quint32(taps.weights()[i]) * quint32(taps.lines()[i][k]);
+        sums[k] = qint32(sum);
     }
 }
 
@@ -135,11 +137,13 @@ bool hasAvx2()
 
 #endif
 
-// With |factor| >= 1 the quotient of a sum of up to 32 bits stays within int: no range check.
+// With |factor| >= 1 the quotient of a signed sum of up to 32 bits stays within int, with
+// |factor| >= 2 that of an unsigned one: no range check is needed.
 template <typename Sum>
 bool quotientsFitInt(double factor)
 {
-    return sizeof(Sum) <= 4 && std::isfinite(factor) && std::fabs(factor) >= 1.0;
+    const double smallest = std::is_signed<Sum>::value ? 1.0 : 2.0;
+    return sizeof(Sum) <= 4 && std::isfinite(factor) && std::fabs(factor) >= smallest;
 }
 
 template <typename Sum>
@@ -187,6 +191,18 @@ ZEL_LANE_CLONES void zelSumTaps(const ZelTaps& taps, int count, qint32* sums)
     sumTaps(taps, count, sums);
 }
 
+// The same lane arithmetic modulo 2^32 as the signed sums; only the reading differs.
+ZEL_LANE_CLONES void zelSumTaps(const ZelTaps& taps, int count, quint32* sums)
+{
+#ifdef ZEL_AVX2_SUMS
+    if (hasAvx2()) {
+        sumTapsAvx2(taps, count, reinterpret_cast<qint32*>(sums));
+        return;
+    }
+#endif
+    sumTaps(taps, count, sums);
+}
+
 ZEL_LANE_CLONES void zelSumTaps(const ZelTaps& taps, int count, quint64* sums)
 {
     sumTaps(taps, count, sums);
@@ -202,6 +218,11 @@ ZEL_LANE_CLONES void zelStoreTruncatedQuotients(const qint32* sums, uchar* out, 
     storeTruncated(sums, out, count, factor);
 }
 
+ZEL_LANE_CLONES void zelStoreTruncatedQuotients(const quint32* sums, uchar* out, int count, double factor)
+{
+    storeTruncated(sums, out, count, factor);
+}
+
 ZEL_LANE_CLONES void zelStoreTruncatedQuotients(const quint64* sums, uchar* out, int count, double factor)
 {
     storeTruncated(sums, out, count, factor);
@@ -213,6 +234,11 @@ ZEL_LANE_CLONES void zelStoreRoundedQuotients(const qint16* sums, uchar* out, in
 }
 
 ZEL_LANE_CLONES void zelStoreRoundedQuotients(const qint32* sums, uchar* out, int count, double factor)
+{
+    storeRounded(sums, out, count, factor);
+}
+
+ZEL_LANE_CLONES void zelStoreRoundedQuotients(const quint32* sums, uchar* out, int count, double factor)
 {
     storeRounded(sums, out, count, factor);
 }

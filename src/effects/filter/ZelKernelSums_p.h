@@ -15,33 +15,52 @@
 // absolute weight fits. The 64-bit sums are unsigned, so that even a kernel too heavy for them
 // wraps around instead of overflowing; they are read back as signed values.
 
-enum class ZelSumType { Int16, Int32, Int64 };
-
-inline ZelSumType zelSumTypeFor(qint64 absoluteWeight)
+// What decides the type of a kernel's sums: its absolute weight (counted up to 2^40, heavy
+// enough for 64-bit sums) and whether any weight is negative.
+class ZelKernelWeight
 {
-    if (absoluteWeight * 255 <= 32767)
-        return ZelSumType::Int16;
-    if (absoluteWeight * 255 <= 2147483647)
-        return ZelSumType::Int32;
-    return ZelSumType::Int64;
-}
-
-// Stops counting at 2^40, which is heavy enough for 64-bit sums.
-inline qint64 zelAbsoluteWeight(const QVector<int>& kernel, qint64 total = 0)
-{
-    for (int weight : kernel) {
-        total += weight < 0 ? -qint64(weight) : qint64(weight);
-        if (total > (qint64(1) << 40))
-            return qint64(1) << 40;
+public:
+    // The first `count` weights, all when count is negative.
+    void add(const QVector<int>& weights, int count = -1)
+    {
+        const int end = count < 0 ? weights.size() : qMin(count, weights.size());
+        for (int i = 0; i < end && myAbsolute <= kLimit; ++i) {
+            const int weight = weights.at(i);
+            myNonNegative = myNonNegative && weight >= 0;
+            myAbsolute += weight < 0 ? -qint64(weight) : qint64(weight);
+        }
     }
-    return total;
+    qint64 absolute() const { return qMin(myAbsolute, kLimit); }
+    bool isNonNegative() const { return myNonNegative; }
+
+private:
+    static constexpr qint64 kLimit = qint64(1) << 40;
+    qint64 myAbsolute = 0;
+    bool myNonNegative = true;
+};
+
+// Calls compute(Sum()) with the narrowest type whose sums of 255 x the weights cannot overflow:
+// 16 or 32 bits signed, 32 bits unsigned for kernels without negative weights, else 64 bits.
+template <typename Compute>
+auto zelWithSumType(const ZelKernelWeight& weight, Compute compute)
+{
+    const qint64 bound = weight.absolute() * 255;
+    if (bound <= 32767)
+        return compute(qint16());
+    if (bound <= 2147483647)
+        return compute(qint32());
+    if (weight.isNonNegative() && bound <= 4294967295LL)
+        return compute(quint32());
+    return compute(quint64());
 }
 
 inline qint64 zelSumInteger(qint16 sum) { return sum; }
 inline qint64 zelSumInteger(qint32 sum) { return sum; }
+inline qint64 zelSumInteger(quint32 sum) { return sum; }
 inline qint64 zelSumInteger(quint64 sum) { return qint64(sum); }
 inline double zelSumValue(qint16 sum) { return sum; }
 inline double zelSumValue(qint32 sum) { return sum; }
+inline double zelSumValue(quint32 sum) { return sum; }
 inline double zelSumValue(quint64 sum) { return double(qint64(sum)); }
 
 // The pixels [first, end) of a row of width pixels whose taps, taps - 1 - centre to the right of
@@ -98,16 +117,19 @@ private:
 // sums[k] = the sum over the taps of weight x lanes[k], for k < count.
 void zelSumTaps(const ZelTaps& taps, int count, qint16* sums);
 void zelSumTaps(const ZelTaps& taps, int count, qint32* sums);
+void zelSumTaps(const ZelTaps& taps, int count, quint32* sums);
 void zelSumTaps(const ZelTaps& taps, int count, quint64* sums);
 
 // out[k] = the low 8 bits of trunc(sums[k] / factor), the division in double.
 void zelStoreTruncatedQuotients(const qint16* sums, uchar* out, int count, double factor);
 void zelStoreTruncatedQuotients(const qint32* sums, uchar* out, int count, double factor);
+void zelStoreTruncatedQuotients(const quint32* sums, uchar* out, int count, double factor);
 void zelStoreTruncatedQuotients(const quint64* sums, uchar* out, int count, double factor);
 
 // out[k] = the low 8 bits of floor(sums[k] / factor + 0.5).
 void zelStoreRoundedQuotients(const qint16* sums, uchar* out, int count, double factor);
 void zelStoreRoundedQuotients(const qint32* sums, uchar* out, int count, double factor);
+void zelStoreRoundedQuotients(const quint32* sums, uchar* out, int count, double factor);
 void zelStoreRoundedQuotients(const quint64* sums, uchar* out, int count, double factor);
 
 // Sums of a 2-D kernel for the lanes of pixels firstX ... endX - 1 of output row y: kernel row i

@@ -407,6 +407,7 @@ private slots:
     void regionToAvoidValues();
     void separableMatchesItsDefinition_data();
     void separableMatchesItsDefinition();
+    void passAlongXWritesADebugLineOn32BitImages();
 
     // convolution as an effect
     void previewsUseThe2DKernel();
@@ -1047,7 +1048,12 @@ void TestFilter::separableMatchesItsDefinition_data()
                         QPainterPath()),
         std::make_tuple("1 x 1", randomImage(1, 1, QImage::Format_ARGB32, 17), QPainterPath()),
         std::make_tuple("2 x 9, all avoided", randomImage(2, 9, QImage::Format_ARGB32, 18),
-                        rectanglePath(QRectF(-1, -1, 5, 12)))};
+                        rectanglePath(QRectF(-1, -1, 5, 12))),
+        // Whole rows avoided longer than the saved rows reach back.
+        std::make_tuple("ARGB32 5 x 12, rows 3 to 8 avoided", randomImage(5, 12, QImage::Format_ARGB32, 31),
+                        rectanglePath(QRectF(-1, 2.5, 7, 6))),
+        std::make_tuple("indexed 5 x 12, rows 3 to 8 avoided", randomImage(5, 12, QImage::Format_Indexed8, 32),
+                        rectanglePath(QRectF(-1, 2.5, 7, 6)))};
     for (const auto& kernel : kernels) {
         for (const auto& image : images) {
             QTest::newRow(QByteArray(std::get<0>(kernel)).append(", ").append(std::get<0>(image)).constData())
@@ -1065,6 +1071,34 @@ void TestFilter::separableMatchesItsDefinition()
     QFETCH(double, factor);
     QFETCH(QPainterPath, avoid);
     QCOMPARE(convolveSeparable(image, kernel, factor, avoid), referenceSeparable(image, kernel, factor, avoid));
+}
+
+namespace {
+
+QStringList gDebugLines;
+
+void collectDebugLines(QtMsgType type, const QMessageLogContext&, const QString& message)
+{
+    if (type == QtDebugMsg)
+        gDebugLines << message;
+}
+
+} // namespace
+
+void TestFilter::passAlongXWritesADebugLineOn32BitImages()
+{
+    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=true"));
+    const QtMessageHandler previous = qInstallMessageHandler(collectDebugLines);
+    gDebugLines.clear();
+    convolveSeparable(randomImage(5, 5, QImage::Format_RGB32, 29), {1, 2, 1}, 4.0);
+    const QStringList words = gDebugLines;
+    gDebugLines.clear();
+    convolveSeparable(randomImage(5, 5, QImage::Format_Indexed8, 29), {1, 2, 1}, 4.0);
+    const QStringList indexed = gDebugLines;
+    qInstallMessageHandler(previous);
+    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
+    QCOMPARE(words, QStringList{"applyFilterAlongXDirection, 32Bit"});
+    QCOMPARE(indexed, QStringList());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -1235,6 +1269,11 @@ void TestFilter::convolutionInRegistryAndZelfx()
     // Ragged rows convert, and the effect leaves the source as it is.
     QCOMPARE(zelfx({"--call", "setParameters(1,2;3,4)"}), loaded);
     QCOMPARE(zelfx({"--call", "setParameters(1,x,4)"}), QImage());
+
+    QProcess describe;
+    describe.start(ZELFX_PATH, QStringList{"describe", "Convolution"});
+    QVERIFY(describe.waitForFinished(60000));
+    QVERIFY(QString::fromUtf8(describe.readAllStandardOutput()).contains("AAvoidRegion (QPainterPath)"));
 }
 
 // ---------------------------------------------------------------------------------------------

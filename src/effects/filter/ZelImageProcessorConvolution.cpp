@@ -109,7 +109,7 @@ public:
     {
     }
 
-    // False when no pixel of the row is inside; avoided then holds one flag per pixel.
+    // Whether any pixel of row y is inside; if so, avoided holds one flag per pixel.
     bool probeRow(int y, int width, std::vector<char>* avoided) const
     {
         if (myEmpty)
@@ -158,9 +158,8 @@ public:
     void save(int y, const uchar* line, int keep)
     {
         const size_t slot = size_t(y) % myRows.size();
-        if (myRows[slot] >= 0 && myRows[slot] == keep) {
+        if (myRows[slot] >= 0 && myRows[slot] == keep)
             std::copy_n(slotData(slot), myLength, myKept.data());
-        }
         std::copy_n(line, myLength, slotData(slot));
         myRows[slot] = y;
     }

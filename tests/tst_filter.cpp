@@ -381,7 +381,6 @@ private slots:
     void oneGenerator();
 
     // convolution, 2-D kernel
-    void convolutionIdentity();
     void indexed2DClampsAndWraps();
     void words2DComputesOnlyTheInside_data();
     void words2DComputesOnlyTheInside();
@@ -642,12 +641,6 @@ void TestFilter::oneGenerator()
 
 // ---------------------------------------------------------------------------------------------
 // Convolution, 2-D kernel
-
-void TestFilter::convolutionIdentity()
-{
-    const QImage image = randomImage(9, 7, QImage::Format_Indexed8, 1);
-    QCOMPARE(convolve2D(image, {{0, 0, 0}, {0, 1, 0}, {0, 0, 0}}), image);
-}
 
 void TestFilter::indexed2DClampsAndWraps()
 {

@@ -415,6 +415,7 @@ private slots:
     void convolutionCancel();
     void convolutionBadSources_data();
     void convolutionBadSources();
+    void largeImagesComeBackWhole();
     void convolutionInRegistryAndZelfx();
 
     // chains
@@ -1229,6 +1230,13 @@ void TestFilter::convolutionBadSources()
         return;
     const QImage words = image.format() == QImage::Format_Indexed8 ? image : image.convertToFormat(format);
     QCOMPARE(separable, referenceSeparable(words, {1, 2, 1}, 4.0, QPainterPath()));
+}
+
+// Images from 8 MiB on are asked to be backed by huge pages; the pixels are not affected.
+void TestFilter::largeImagesComeBackWhole()
+{
+    const QImage image = randomImage(1600, 1400, QImage::Format_ARGB32, 33);
+    QCOMPARE(convolveSeparable(image, {0, 3, 0}, 3.0), image);
 }
 
 // Reached by class name; zelfx passes kernels as ','-separated numbers, 2-D kernels with rows

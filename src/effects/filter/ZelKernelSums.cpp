@@ -1,5 +1,7 @@
 #include "ZelKernelSums_p.h"
 
+#include <QVarLengthArray>
+
 #include <algorithm>
 #include <cmath>
 #include <type_traits>
@@ -78,9 +80,10 @@ public:
         }
     }
 
-    std::vector<const uchar*> first;
-    std::vector<const uchar*> second; // null: a single tap
-    std::vector<int> weights;
+    // On the stack for kernels of up to 64 taps: this runs once per chunk of lanes.
+    QVarLengthArray<const uchar*, 64> first;
+    QVarLengthArray<const uchar*, 64> second; // null: a single tap
+    QVarLengthArray<int, 64> weights;
 
 private:
     void add(const uchar* a, const uchar* b, int weight)
@@ -99,15 +102,15 @@ __attribute__((target("avx2"))) inline __m256i eightLanes(const uchar* lanes)
 __attribute__((target("avx2"))) void sumTapsAvx2(const ZelTaps& taps, int count, qint32* sums)
 {
     const MirroredTaps terms(taps);
-    const int size = int(terms.weights.size());
+    const int size = terms.weights.size();
     int k = 0;
     for (; k + 16 <= count; k += 16) {
         __m256i low = _mm256_setzero_si256();
         __m256i high = _mm256_setzero_si256();
         for (int t = 0; t < size; ++t) {
-            const __m256i weight = _mm256_set1_epi32(terms.weights[size_t(t)]);
-            const uchar* a = terms.first[size_t(t)] + k;
-            const uchar* b = terms.second[size_t(t)];
+            const __m256i weight = _mm256_set1_epi32(terms.weights[t]);
+            const uchar* a = terms.first[t] + k;
+            const uchar* b = terms.second[t];
             __m256i lowLanes = eightLanes(a);
             __m256i highLanes = eightLanes(a + 8);
             if (b) {

@@ -18,6 +18,11 @@
 #include "ZelImageProcessorIntensity.h"
 #include "ZelImageProcessorInvert.h"
 #include "ZelImageProcessorTint.h"
+// filter
+#include "ZelImageProcessorBackgroundImage.h"
+#include "ZelImageProcessorConvolution.h"
+#include "ZelImageProcessorStrongContur.h"
+#include "ZelImageProcessorWeakContur.h"
 // geometry
 #include "ZelImageProcessorCut.h"
 #include "ZelImageProcessorRotate.h"
@@ -32,6 +37,7 @@
 #include "ZelImageProcessorThreeDGrid.h"
 // magick
 #include "ZelImageProcessorArc.h"
+#include "ZelImageProcessorCharcoal.h"
 #include "ZelImageProcessorEmboss.h"
 #include "ZelImageProcessorExplode.h"
 #include "ZelImageProcessorImplode.h"
@@ -73,6 +79,11 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorAdjustHSB::staticMetaObject,
     &ZelImageProcessorGammaCorrection::staticMetaObject,
     &ZelImageProcessorBlackWhite::staticMetaObject,
+    // filter
+    &ZelImageProcessorConvolution::staticMetaObject,
+    &ZelImageProcessorStrongContur::staticMetaObject,
+    &ZelImageProcessorWeakContur::staticMetaObject,
+    &ZelImageProcessorBackgroundImage::staticMetaObject,
     // geometry
     &ZelImageProcessorRotate::staticMetaObject,
     &ZelImageProcessorCut::staticMetaObject,
@@ -93,6 +104,7 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorPosterize::staticMetaObject,
     &ZelImageProcessorOilPainting::staticMetaObject,
     &ZelImageProcessorEmboss::staticMetaObject,
+    &ZelImageProcessorCharcoal::staticMetaObject,
     &ZelImageProcessorImplode::staticMetaObject,
     &ZelImageProcessorExplode::staticMetaObject,
     &ZelImageProcessorShade::staticMetaObject,

@@ -1,0 +1,144 @@
+#include "ZelImageProcessorBackgroundImage.h"
+#include "ZelImageProcessorImpl_p.h"
+#include "ZelParameterDescriptionNumber.h"
+#include "ZelProgressSignalizer.h"
+
+#include <cmath>
+
+namespace {
+
+const QString kSaturation = QStringLiteral("ASaturation");
+const QString kUnsharpen = QStringLiteral("BUnsharpen");
+const QString kWhiteRatio = QStringLiteral("CWhiteRatio");
+
+constexpr int kMaximumStep = 10;
+
+} // namespace
+
+class ZelImageProcessorBackgroundImageImpl : public ZelImageProcessorImpl
+{
+    Q_OBJECT
+public:
+    ZelImageProcessorBackgroundImageImpl()
+        : ZelImageProcessorImpl(tr("Weichzeichner"))
+    {
+        createParameterDescriptions();
+    }
+    explicit ZelImageProcessorBackgroundImageImpl(const QImage& image)
+        : ZelImageProcessorImpl(image, tr("Weichzeichner"))
+    {
+        createParameterDescriptions();
+    }
+
+    using ZelImageProcessorImpl::setParameters;
+    void setParameters(int whiteRatio, int unsharpen, int saturation)
+    {
+        setParameterValue(kWhiteRatio, whiteRatio);
+        setParameterValue(kUnsharpen, unsharpen);
+        setParameterValue(kSaturation, saturation);
+    }
+
+    int whiteRatio() const { return parameterIntValue(kWhiteRatio, true); }
+    int unsharpenStrength() const { return parameterIntValue(kUnsharpen, true); }
+    int saturationStrength() const { return parameterIntValue(kSaturation, true); }
+    int unsharpenStrengthDenormalized() const
+    {
+        const double steps = qBound(0, unsharpenStrength(), kMaximumStep);
+        const double side = std::sqrt(double(mySourceImage.width()) * double(mySourceImage.height()));
+        return qRound(side * (steps / 10.0) / 25.0);
+    }
+
+public slots:
+    QImage result() override
+    {
+        connectProgressSignalizer();
+        const int saturation = saturationStrength();
+        const int unsharpen = unsharpenStrengthDenormalized();
+        const int white = whiteRatio();
+        const QImage background = createMagickWandWrapper().blur(sourceImage(), white, unsharpen, saturation);
+        myProgressSignalizer->setCancelAllowed(true);
+        emit finished(false);
+        disconnectProgressSignalizer();
+        return background;
+    }
+    QImage generatePreview(const QSize& size) override
+    {
+        return previewWith<ZelImageProcessorBackgroundImage>(sourceImageScaled(size));
+    }
+    QImage generatePreview(const QRect& rect) override
+    {
+        return previewWith<ZelImageProcessorBackgroundImage>(sectionOfSourceImage(rect));
+    }
+
+protected:
+    QString progressTitle() const override { return tr("Weichzeichner"); }
+
+private:
+    void createParameterDescriptions()
+    {
+        addStep(kSaturation, tr("Entsättigen"), 0);
+        addStep(kUnsharpen, tr("Unschärfe"), 1);
+        addStep(kWhiteRatio, tr("Nach weiß ausblenden"), 2);
+    }
+    void addStep(const QString& key, const QString& visibleName, int row)
+    {
+        ZelParameterDescriptionNumber step;
+        step.setParameterName(key);
+        step.setVisibleName(visibleName);
+        step.setValue(0);
+        step.setDefaultValue(0);
+        step.setRange(0, kMaximumStep);
+        step.setCheckable(true);
+        step.setEnabled(true);
+        addParameter(key, step, row, 0);
+    }
+
+public:
+    ZelImageProcessorBackgroundImage* myPublic = nullptr;
+};
+
+ZelImageProcessorBackgroundImage::ZelImageProcessorBackgroundImage()
+{
+    initImplementation(nullptr);
+}
+
+ZelImageProcessorBackgroundImage::ZelImageProcessorBackgroundImage(const QImage& image)
+    : ZelImageProcessor(image)
+{
+    initImplementation(&image);
+}
+
+void ZelImageProcessorBackgroundImage::initImplementation(const QImage* image)
+{
+    // The trailing blank is the application's.
+    setProperty("ToolTip", tr("Hintergrundbild erzeugen "));
+    setProperty("IconName", QStringLiteral("ico_blur"));
+    installImplementation<ZelImageProcessorBackgroundImageImpl>(this, image);
+}
+
+namespace {
+ZelImageProcessorBackgroundImageImpl* backgroundImpl(ZelImageProcessorImpl* impl)
+{
+    return static_cast<ZelImageProcessorBackgroundImageImpl*>(impl);
+}
+} // namespace
+
+void ZelImageProcessorBackgroundImage::setParameters(int whiteRatio, int unsharpen, int saturation)
+{
+    backgroundImpl(myImpl)->setParameters(whiteRatio, unsharpen, saturation);
+}
+
+int ZelImageProcessorBackgroundImage::whiteRatio() const { return backgroundImpl(myImpl)->whiteRatio(); }
+int ZelImageProcessorBackgroundImage::unsharpenStrength() const { return backgroundImpl(myImpl)->unsharpenStrength(); }
+int ZelImageProcessorBackgroundImage::saturationStrength() const { return backgroundImpl(myImpl)->saturationStrength(); }
+int ZelImageProcessorBackgroundImage::unsharpenStrengthDenormalized() const
+{
+    return backgroundImpl(myImpl)->unsharpenStrengthDenormalized();
+}
+
+void ZelImageProcessorBackgroundImage::cancel() { myImpl->cancel(); }
+QImage ZelImageProcessorBackgroundImage::result() { return myImpl->result(); }
+QImage ZelImageProcessorBackgroundImage::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
+QImage ZelImageProcessorBackgroundImage::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
+
+#include "ZelImageProcessorBackgroundImage.moc"

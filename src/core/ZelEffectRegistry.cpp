@@ -45,6 +45,8 @@
 #include "ZelImageProcessorWave.h"
 // composition
 #include "ZelImageProcessorCompare.h"
+#include "ZelImageProcessorImageGrid.h"
+#include "ZelImageProcessorFotoCollage.h"
 
 #include <QMetaMethod>
 #include <QMetaObject>
@@ -100,6 +102,8 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorWave::staticMetaObject,
     // composition
     &ZelImageProcessorCompare::staticMetaObject,
+    &ZelImageProcessorImageGrid::staticMetaObject,
+    &ZelImageProcessorFotoCollage::staticMetaObject,
 };
 
 } // namespace

@@ -47,6 +47,9 @@
 #include "ZelImageProcessorCompare.h"
 #include "ZelImageProcessorImageGrid.h"
 #include "ZelImageProcessorFotoCollage.h"
+#include "ZelImageProcessorComposer.h"
+#include "ZelImageProcessorExampleComposer.h"
+#include "ZelImageProcessorPhotosInPhoto.h"
 
 #include <QMetaMethod>
 #include <QMetaObject>
@@ -104,6 +107,9 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorCompare::staticMetaObject,
     &ZelImageProcessorImageGrid::staticMetaObject,
     &ZelImageProcessorFotoCollage::staticMetaObject,
+    &ZelImageProcessorComposer::staticMetaObject,
+    &ZelImageProcessorExampleComposer::staticMetaObject,
+    &ZelImageProcessorPhotosInPhoto::staticMetaObject,
 };
 
 } // namespace

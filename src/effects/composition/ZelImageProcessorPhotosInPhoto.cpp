@@ -90,8 +90,10 @@ bool ZelImageProcessorPhotosInPhotoImpl::makeThumbnails(const QStringList& files
             return true;
         }
         thumbnail.fill(Qt::black);
-        const QImage scaled = QImage(files.at(i)).scaled(block, Qt::KeepAspectRatioByExpanding,
-                                                         Qt::SmoothTransformation);
+        const QImage photo(files.at(i));
+        const QImage scaled = photo.isNull()
+            ? photo
+            : photo.scaled(block, Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
         if (!scaled.isNull()) {
             QPainter painter(&thumbnail);
             painter.setRenderHint(QPainter::Antialiasing, true);

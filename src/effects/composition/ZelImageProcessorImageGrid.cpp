@@ -1,5 +1,6 @@
 #include "ZelImageProcessorImageGrid.h"
 #include "ZelImageProcessorImpl_p.h"
+#include "ZelOpaqueCopy_p.h"
 #include "ZelParameterDescriptionNumber.h"
 #include "ZelPixelMath_p.h"
 #include "ZelProgressSignalizer.h"
@@ -10,7 +11,6 @@
 
 #include <climits>
 #include <cmath>
-#include <cstring>
 
 namespace {
 
@@ -48,47 +48,6 @@ ZelParameterDescription plainParameter(const QString& key, const QString& visibl
     plain.setValue(value);
     plain.setDefaultValue(value);
     return plain;
-}
-
-bool isOpaque(const QImage& image)
-{
-    const int width = image.width();
-    for (int y = 0; y < image.height(); ++y) {
-        const QRgb* line = reinterpret_cast<const QRgb*>(image.constScanLine(y));
-        QRgb all = 0xFFFFFFFFu;
-        for (int x = 0; x < width; ++x)
-            all &= line[x];
-        if (qAlpha(all) != 255)
-            return false;
-    }
-    return true;
-}
-
-// Drawing an opaque photo unscaled at a whole-pixel place with SourceOver writes its pixels
-// unchanged, so the rows are copied; QPainter would convert every pixel of the non-premultiplied
-// canvas there and back. Anything translucent is left to QPainter.
-bool copyOpaqueImage(QImage& canvas, const QImage& image, int x, int y)
-{
-    if (image.isNull())
-        return true;
-    const QImage words = image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32
-        ? image
-        : image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32 : QImage::Format_RGB32);
-    if (words.isNull() || (words.format() == QImage::Format_ARGB32 && !isOpaque(words)))
-        return false;
-    const QRect target = QRect(x, y, words.width(), words.height()) & canvas.rect();
-    const bool addAlpha = words.format() == QImage::Format_RGB32;
-    for (int row = target.top(); row <= target.bottom(); ++row) {
-        const QRgb* in = reinterpret_cast<const QRgb*>(words.constScanLine(row - y)) + (target.left() - x);
-        QRgb* out = reinterpret_cast<QRgb*>(canvas.scanLine(row)) + target.left();
-        if (!addAlpha) {
-            std::memcpy(out, in, size_t(target.width()) * sizeof(QRgb));
-            continue;
-        }
-        for (int i = 0; i < target.width(); ++i)
-            out[i] = in[i] | 0xFF000000u;
-    }
-    return true;
 }
 
 } // namespace
@@ -292,7 +251,7 @@ QImage ZelImageProcessorImageGridImpl::paintGrid()
             const int x = c * (gap + largest.width()) + absoluteMargin(kLeftMargin);
             const QImage& image = myImages.at(k);
             const QRectF target(x, y, image.width(), image.height());
-            if (!copyOpaqueImage(canvas, image, x, y))
+            if (!zelCopyOpaqueImage(canvas, image, x, y))
                 painter.drawImage(target, image, QRectF(0, 0, image.width(), image.height()));
             if (k == mySelectedIndex) {
                 painter.setPen(QPen(QBrush(Qt::red, Qt::SolidPattern), 10.0, Qt::SolidLine, Qt::SquareCap,

@@ -18,6 +18,8 @@
 #include "ZelImageProcessorIntensity.h"
 #include "ZelImageProcessorInvert.h"
 #include "ZelImageProcessorTint.h"
+// filter
+#include "ZelImageProcessorConvolution.h"
 // geometry
 #include "ZelImageProcessorCut.h"
 #include "ZelImageProcessorRotate.h"
@@ -78,6 +80,8 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorAdjustHSB::staticMetaObject,
     &ZelImageProcessorGammaCorrection::staticMetaObject,
     &ZelImageProcessorBlackWhite::staticMetaObject,
+    // filter
+    &ZelImageProcessorConvolution::staticMetaObject,
     // geometry
     &ZelImageProcessorRotate::staticMetaObject,
     &ZelImageProcessorCut::staticMetaObject,

@@ -45,9 +45,10 @@ QJsonValue jsonValue(const QVariant& value)
     return formatValue(value);
 }
 
-QJsonValue typeNameJson(QVariant::Type type)
+// The meta-type's name, also for values of user types such as QPainterPath.
+QJsonValue typeNameJson(const QVariant& value)
 {
-    const char* name = QVariant::typeToName(int(type));
+    const char* name = QMetaType::typeName(value.userType());
     return name ? QJsonValue(QString::fromLatin1(name)) : QJsonValue();
 }
 
@@ -62,7 +63,7 @@ QJsonObject parameterJson(const ZelParameterDescriptionContainer& container, con
     return QJsonObject{
         {QStringLiteral("key"), key},
         {QStringLiteral("visibleName"), data->visibleName()},
-        {QStringLiteral("type"), typeNameJson(data->type())},
+        {QStringLiteral("type"), typeNameJson(data->value())},
         {QStringLiteral("value"), jsonValue(data->value())},
         {QStringLiteral("default"), jsonValue(data->defaultValue())},
         {QStringLiteral("min"), number ? jsonValue(number->min()) : QJsonValue()},

@@ -39,9 +39,10 @@ bool hasParameter(const ZelImageProcessor& effect, const QString& key)
     return effect.parameterContainer().contains(key);
 }
 
+// The meta-type id, also for values of user types such as QPainterPath.
 int parameterType(const ZelImageProcessor& effect, const QString& key)
 {
-    return int(effect.parameterContainer().parameter(key).type());
+    return effect.parameterContainer().parameter(key).value().userType();
 }
 
 Status unknownParameter(const ZelImageProcessor& effect, const QString& key)
@@ -76,9 +77,12 @@ bool parseCallExpression(const QString& text, CallExpression* call)
     return true;
 }
 
-// Rectangles and points are written with commas themselves, so they span several tokens.
+// Rectangles and points are written with commas themselves, so they span several tokens;
+// kernels and painter paths span as many as the arguments after them leave (-1 here).
 int tokensPerArgument(int typeId)
 {
+    if (isVariableLengthType(typeId))
+        return -1;
     switch (typeId) {
     case QMetaType::QRect:
     case QMetaType::QRectF:
@@ -98,18 +102,36 @@ bool hasUnconvertibleParameter(const QMetaMethod& method)
                        [](const QByteArray& typeName) { return !isConvertibleType(typeIdForName(typeName)); });
 }
 
-// The argument texts for method's parameters, or false when the tokens do not fit them.
+// The argument texts for method's parameters, or false when the tokens do not fit them. A kernel
+// text must convert here already, so that a 2-D kernel finds the 2-D overload.
 bool splitArguments(const QMetaMethod& method, const QStringList& tokens, QStringList* arguments)
 {
     if (method.parameterCount() > maximumInvokeArguments)
         return false;
-    int next = 0;
+    QVector<int> counts;
+    int fixedTokens = 0;
+    int variableArguments = 0;
     for (const QByteArray& typeName : method.parameterTypes()) {
         const int typeId = typeIdForName(typeName);
-        const int count = tokensPerArgument(typeId);
-        if (!isConvertibleType(typeId) || next + count > tokens.size())
+        if (!isConvertibleType(typeId))
+            return false;
+        counts << tokensPerArgument(typeId);
+        if (counts.last() < 0)
+            ++variableArguments;
+        else
+            fixedTokens += counts.last();
+    }
+    if (variableArguments > 1 || (variableArguments == 1 && fixedTokens >= tokens.size()))
+        return false;
+    int next = 0;
+    for (int i = 0; i < counts.size(); ++i) {
+        const int count = counts.at(i) < 0 ? tokens.size() - fixedTokens : counts.at(i);
+        if (next + count > tokens.size())
             return false;
         arguments->append(tokens.mid(next, count).join(QLatin1Char(',')));
+        QVariant ignored;
+        if (counts.at(i) < 0 && !convertText(arguments->last(), typeIdForName(method.parameterTypes().at(i)), &ignored))
+            return false;
         next += count;
     }
     return next == tokens.size();

@@ -7,6 +7,7 @@
 #include <QList>
 #include <QLocale>
 #include <QMetaType>
+#include <QPainterPath>
 #include <QPoint>
 #include <QPointF>
 #include <QRect>
@@ -88,6 +89,93 @@ bool parseImages(const QString& text, QList<QImage>* images, QString* reason)
             return false;
         images->append(image);
     }
+    return true;
+}
+
+QString joinNumbers(std::initializer_list<double> numbers, QChar separator)
+{
+    QStringList parts;
+    for (double number : numbers)
+        parts << QString::number(number, 'g', QLocale::FloatingPointShortest);
+    return parts.join(separator);
+}
+
+// "1,2,1": no ';', so that a 2-D kernel is never taken for a separable one.
+bool parseKernel(const QString& text, QVector<int>* kernel)
+{
+    if (text.contains(QLatin1Char(';')))
+        return false;
+    if (text.trimmed().isEmpty())
+        return true;
+    const QStringList parts = text.split(QLatin1Char(','));
+    kernel->resize(parts.size());
+    for (int i = 0; i < parts.size(); ++i) {
+        if (!parseNumber(parts.at(i), &(*kernel)[i]))
+            return false;
+    }
+    return true;
+}
+
+// "1,2,1;2,4,2;1,2,1"; a trailing ';' ends a one-row kernel.
+bool parseKernel2D(const QString& text, QVector<QVector<int>>* kernel)
+{
+    QStringList rows = text.split(QLatin1Char(';'));
+    if (rows.size() > 1 && rows.last().trimmed().isEmpty())
+        rows.removeLast();
+    if (rows.size() == 1 && rows.first().trimmed().isEmpty())
+        return true;
+    for (const QString& row : rows) {
+        QVector<int> weights;
+        if (!parseKernel(row, &weights))
+            return false;
+        kernel->append(weights);
+    }
+    return true;
+}
+
+bool parsePainterPath(const QString& text, QPainterPath* path)
+{
+    if (text.trimmed().isEmpty())
+        return true;
+    for (const QString& rectangle : text.split(QLatin1Char(';'))) {
+        QVector<double> d;
+        if (!parseNumbers(rectangle, QLatin1Char(','), 4, &d))
+            return false;
+        path->addRect(d[0], d[1], d[2], d[3]);
+    }
+    return true;
+}
+
+QString formatPainterPath(const QPainterPath& path)
+{
+    QStringList rectangles;
+    for (const QPolygonF& polygon : path.toSubpathPolygons()) {
+        const QRectF r = polygon.boundingRect();
+        rectangles << joinNumbers({r.x(), r.y(), r.width(), r.height()}, QLatin1Char(','));
+    }
+    return rectangles.join(QLatin1Char(';'));
+}
+
+bool convertList(const QString& text, int typeId, QVariant* value)
+{
+    if (typeId == kernelTypeId()) {
+        QVector<int> kernel;
+        if (!parseKernel(text, &kernel))
+            return false;
+        *value = QVariant::fromValue(kernel);
+        return true;
+    }
+    if (typeId == kernel2DTypeId()) {
+        QVector<QVector<int>> kernel;
+        if (!parseKernel2D(text, &kernel))
+            return false;
+        *value = QVariant::fromValue(kernel);
+        return true;
+    }
+    QPainterPath path;
+    if (!parsePainterPath(text, &path))
+        return false;
+    *value = QVariant(typeId, &path);
     return true;
 }
 
@@ -180,14 +268,6 @@ bool isGeometryType(int typeId)
         || typeId == QMetaType::QRectF || typeId == QMetaType::QPoint || typeId == QMetaType::QPointF;
 }
 
-QString joinNumbers(std::initializer_list<double> numbers, QChar separator)
-{
-    QStringList parts;
-    for (double number : numbers)
-        parts << QString::number(number, 'g', QLocale::FloatingPointShortest);
-    return parts.join(separator);
-}
-
 } // namespace
 
 int imageListTypeId()
@@ -195,10 +275,33 @@ int imageListTypeId()
     return qMetaTypeId<QList<QImage>>();
 }
 
+int kernelTypeId()
+{
+    return qMetaTypeId<QVector<int>>();
+}
+
+int kernel2DTypeId()
+{
+    return qMetaTypeId<QVector<QVector<int>>>();
+}
+
+int painterPathTypeId()
+{
+    return QMetaType::type("QPainterPath");
+}
+
 int typeIdForName(const QByteArray& typeName)
 {
     imageListTypeId();
+    kernelTypeId();
+    kernel2DTypeId();
     return QMetaType::type(typeName.constData());
+}
+
+bool isVariableLengthType(int typeId)
+{
+    return typeId != QMetaType::UnknownType
+        && (typeId == kernelTypeId() || typeId == kernel2DTypeId() || typeId == painterPathTypeId());
 }
 
 bool isImageType(int typeId)
@@ -208,7 +311,7 @@ bool isImageType(int typeId)
 
 bool isConvertibleType(int typeId)
 {
-    return isNumberType(typeId) || isGeometryType(typeId) || isImageType(typeId)
+    return isNumberType(typeId) || isGeometryType(typeId) || isImageType(typeId) || isVariableLengthType(typeId)
         || typeId == QMetaType::Bool || typeId == QMetaType::QColor || typeId == QMetaType::QString
         || typeId == QMetaType::QStringList;
 }
@@ -221,6 +324,8 @@ bool convertText(const QString& text, int typeId, QVariant* value, QString* reas
         return convertNumber(text, typeId, value);
     if (isGeometryType(typeId))
         return convertGeometry(text, typeId, value);
+    if (isVariableLengthType(typeId))
+        return convertList(text, typeId, value);
     switch (typeId) {
     case QMetaType::Bool:
         return parseBool(text, value);
@@ -280,6 +385,12 @@ QString expectedForm(int typeId)
     }
     if (typeId == imageListTypeId())
         return name + QStringLiteral(" (image files separated by ;)");
+    if (typeId == kernelTypeId())
+        return name + QStringLiteral(" (integers separated by ,)");
+    if (typeId == kernel2DTypeId())
+        return name + QStringLiteral(" (rows of integers separated by , and rows by ;)");
+    if (isVariableLengthType(typeId))
+        return name + QStringLiteral(" (rectangles x,y,w,h separated by ;)");
     return name.isEmpty() ? QStringLiteral("a value of unknown type") : name;
 }
 
@@ -324,6 +435,9 @@ QString formatValue(const QVariant& value)
     case QMetaType::QStringList:
         return value.toStringList().join(QLatin1Char(';'));
     default:
-        return value.toString();
+        break;
     }
+    if (value.userType() != QMetaType::UnknownType && value.userType() == painterPathTypeId())
+        return formatPainterPath(*static_cast<const QPainterPath*>(value.constData()));
+    return value.toString();
 }

@@ -2,6 +2,7 @@
 
 #include "ZelEffectRegistry.h"
 #include "ZelImageProcessorComposer.h"
+#include "ZelImageProcessorDropShadow.h"
 #include "ZelImageProcessorExampleComposer.h"
 #include "ZelImageProcessorExampleGauss.h"
 #include "ZelImageProcessorExampleGrayscale.h"
@@ -186,6 +187,22 @@ class TestComposition : public QObject
     Q_OBJECT
 
 private slots:
+    void shadowPlacement_data();
+    void shadowPlacement();
+    void shadowHiddenBehindThePhoto();
+    void shadowBlurMargin_data();
+    void shadowBlurMargin();
+    void shadowTransparentBackground_data();
+    void shadowTransparentBackground();
+    void shadowColouredFromTranslucentParts();
+    void shadowImageAlone();
+    void shadowOpaqueSourcesOfAnyFormat_data();
+    void shadowOpaqueSourcesOfAnyFormat();
+    void shadowPreview();
+    void shadowGuards_data();
+    void shadowGuards();
+    void shadowAvoidRegion();
+
     void registeredEffects_data();
     void registeredEffects();
     void parameters_data();
@@ -247,6 +264,263 @@ private:
     QTemporaryDir myDir;
 };
 
+// --- drop shadow ---------------------------------------------------------------------------
+
+namespace {
+
+// A hard black shadow: full intensity, no blur.
+std::unique_ptr<ZelImageProcessorDropShadow> hardShadow(const QImage& photo, int distance, int angle)
+{
+    auto shadow = std::make_unique<ZelImageProcessorDropShadow>(photo);
+    shadow->setDistance(distance);
+    shadow->setAngle(angle);
+    shadow->setBlur(0);
+    shadow->setIntensity(255);
+    return shadow;
+}
+
+} // namespace
+
+void TestComposition::shadowPlacement_data()
+{
+    QTest::addColumn<int>("angle");
+    QTest::addColumn<QSize>("canvas");
+    QTest::addColumn<QRect>("photo");
+    QTest::addColumn<QRect>("shadow"); // where it shows beside the photo
+
+    // A 20 x 10 photo, the shadow's centre trunc(20 * 50 / 100) = 10 pixels away: x from the
+    // sine, y from the cosine (deliberate), so 0 is below and 90 to the right.
+    QTest::newRow("0: below") << 0 << QSize(20, 20) << QRect(0, 0, 20, 10) << QRect(0, 10, 20, 10);
+    QTest::newRow("90: right") << 90 << QSize(30, 10) << QRect(0, 0, 20, 10) << QRect(20, 0, 10, 10);
+    QTest::newRow("180: above") << 180 << QSize(20, 20) << QRect(0, 10, 20, 10) << QRect(0, 0, 20, 10);
+    QTest::newRow("270: left") << 270 << QSize(30, 10) << QRect(10, 0, 20, 10) << QRect(0, 0, 10, 10);
+}
+
+void TestComposition::shadowPlacement()
+{
+    QFETCH(int, angle);
+    QFETCH(QSize, canvas);
+    QFETCH(QRect, photo);
+    QFETCH(QRect, shadow);
+
+    const auto effect = hardShadow(solid(20, 10, 0xFFFF0000), 50, angle);
+    QSignalSpy progress(effect.get(), &ZelImageProcessor::progress);
+    QSignalSpy finished(effect.get(), &ZelImageProcessor::finished);
+    const QImage result = effect->result();
+    QCOMPARE(result.size(), canvas);
+    QCOMPARE(result.format(), QImage::Format_ARGB32);
+    for (int y = 0; y < canvas.height(); ++y) {
+        for (int x = 0; x < canvas.width(); ++x) {
+            const QRgb expected = photo.contains(x, y) ? 0xFFFF0000u : shadow.contains(x, y) ? 0xFF000000u : 0u;
+            QCOMPARE(rawPixel(result, x, y), expected);
+        }
+    }
+    // Blur 0: no convolution, so no progress at all.
+    QCOMPARE(progress.count(), 0);
+    QCOMPARE(finished.count(), 1);
+    QCOMPARE(finished.at(0).at(0).toBool(), false);
+}
+
+void TestComposition::shadowHiddenBehindThePhoto()
+{
+    // Size 50: a 20 x 10 shadow centred 4 pixels below the middle of a 40 x 20 photo lies
+    // entirely behind it.
+    const QImage photo = noiseImage(40, 20, false, 7);
+    const auto effect = hardShadow(photo, 10, 0);
+    effect->setSize(50);
+    QCOMPARE(effect->result(), photo);
+    QCOMPARE(effect->totalScale(), QSizeF(0.5, 0.5));
+}
+
+void TestComposition::shadowBlurMargin_data()
+{
+    QTest::addColumn<int>("blur");
+    QTest::addColumn<QSize>("canvas");
+    QTest::addColumn<QSizeF>("totalScale");
+    QTest::addColumn<bool>("convolved");
+
+    // Distance 0, Size 100 on 100 x 100: the canvas grows by blurOffset = blur / 100 * 100 * 0.25 * 6
+    // on the right and bottom of the shadow, which is then centred under the photo.
+    QTest::newRow("no blur") << 0 << QSize(100, 100) << QSizeF(1.0, 1.0) << false;
+    QTest::newRow("blur 4: 6 more") << 4 << QSize(106, 106) << QSizeF(1.06, 1.06) << true;
+    QTest::newRow("blur 8: 12 more") << 8 << QSize(112, 112) << QSizeF(1.12, 1.12) << true;
+}
+
+void TestComposition::shadowBlurMargin()
+{
+    QFETCH(int, blur);
+    QFETCH(QSize, canvas);
+    QFETCH(QSizeF, totalScale);
+    QFETCH(bool, convolved);
+
+    const QImage photo = noiseImage(100, 100, false, 8);
+    ZelImageProcessorDropShadow effect(photo);
+    effect.setDistance(0);
+    effect.setBlur(blur);
+    QStringList titles;
+    connect(&effect, &ZelImageProcessor::progress, this,
+            [&titles](const QString& title, const QString&, int, int) { titles << title; });
+    const QImage result = effect.result();
+    QCOMPARE(result.size(), canvas);
+    QVERIFY(qAbs(effect.totalScale().width() - totalScale.width()) < 1e-9);
+    QVERIFY(qAbs(effect.totalScale().height() - totalScale.height()) < 1e-9);
+    const int margin = (canvas.width() - 100) / 2;
+    QCOMPARE(result.copy(margin, margin, 100, 100), photo);
+    // The blur runs the convolution effect, whose progress is relayed.
+    QCOMPARE(!titles.isEmpty(), convolved);
+    QCOMPARE(titles.count(QStringLiteral("Faltung")), titles.size());
+}
+
+void TestComposition::shadowTransparentBackground_data()
+{
+    QTest::addColumn<bool>("greyOnly");
+    QTest::newRow("grey") << true;
+    QTest::newRow("coloured, whole canvas blurred") << false;
+}
+
+void TestComposition::shadowTransparentBackground()
+{
+    QFETCH(bool, greyOnly);
+
+    // 100 x 100, Blur 8, Distance 0: 6 pixels of margin around the photo, three times the
+    // support of the Gaussian: the corners stay fully transparent, the shadow shows below and
+    // right of the middle of each edge.
+    ZelImageProcessorDropShadow effect(noiseImage(100, 100, false, 9));
+    effect.setDistance(0);
+    effect.setBlur(8);
+    effect.setGreyOnly(greyOnly);
+    const QImage result = effect.result();
+    QCOMPARE(result.size(), QSize(112, 112));
+    for (const QPoint corner : {QPoint(0, 0), QPoint(111, 0), QPoint(0, 111), QPoint(111, 111), QPoint(1, 1)})
+        QCOMPARE(rawPixel(result, corner.x(), corner.y()), 0u);
+    QVERIFY(qAlpha(rawPixel(result, 56, 106)) > 0);
+    QVERIFY(qAlpha(rawPixel(result, 106, 56)) > 0);
+    QCOMPARE(qRed(rawPixel(result, 56, 106)) | qGreen(rawPixel(result, 56, 106)), 0);
+}
+
+void TestComposition::shadowColouredFromTranslucentParts()
+{
+    // Left half opaque blue, right half red at alpha 128. Grey only: the shadow below is black
+    // with the photo's alpha. Otherwise the opaque half casts black and the translucent half
+    // its own colour (intended asymmetry).
+    QImage photo(20, 10, QImage::Format_ARGB32);
+    for (int y = 0; y < 10; ++y)
+        for (int x = 0; x < 20; ++x)
+            reinterpret_cast<QRgb*>(photo.scanLine(y))[x] = x < 10 ? 0xFF0000FFu : 0x80FF0000u;
+    for (const bool greyOnly : {true, false}) {
+        const auto effect = hardShadow(photo, 50, 0);
+        effect->setGreyOnly(greyOnly);
+        const QImage result = effect->result();
+        QCOMPARE(result.size(), QSize(20, 20));
+        QCOMPARE(rawPixel(result, 5, 15), 0xFF000000u);
+        QCOMPARE(rawPixel(result, 15, 15), greyOnly ? 0x80000000u : 0x80FF0000u);
+        QCOMPARE(rawPixel(result, 5, 5), 0xFF0000FFu);
+    }
+}
+
+void TestComposition::shadowImageAlone()
+{
+    // Intensity 128 on an opaque photo: trunc(255 - 255 * 128 / 255) = 127 in the mask, 128 alpha.
+    ZelImageProcessorDropShadow effect(noiseImage(100, 100, false, 10));
+    effect.setBlur(0);
+    QImage shadow = effect.shadowImage();
+    QCOMPARE(shadow.size(), QSize(100, 100));
+    QCOMPARE(countPixels(shadow, 0x80000000u, shadow.rect()), 100 * 100);
+
+    // With the blur, blurOffset 12 more, the mask placed at (6, 6): transparent corners, the
+    // middle at the full 128.
+    effect.setBlur(8);
+    shadow = effect.shadowImage();
+    QCOMPARE(shadow.size(), QSize(112, 112));
+    QCOMPARE(rawPixel(shadow, 0, 0), 0x00000000u);
+    QCOMPARE(rawPixel(shadow, 56, 56), 0x80000000u);
+
+    effect.setGreyOnly(false);
+    QVERIFY(effect.shadowImage().isNull());
+}
+
+void TestComposition::shadowOpaqueSourcesOfAnyFormat_data()
+{
+    QTest::addColumn<QImage>("photo");
+    QTest::newRow("ARGB32") << noiseImage(13, 7, false, 11);
+    QTest::newRow("RGB32") << noiseImage(13, 7, false, 12).convertToFormat(QImage::Format_RGB32);
+    QTest::newRow("RGB888") << noiseImage(13, 7, false, 13).convertToFormat(QImage::Format_RGB888);
+    QTest::newRow("Indexed8") << noiseImage(13, 7, false, 14).convertToFormat(QImage::Format_Indexed8);
+    QTest::newRow("Mono") << noiseImage(13, 7, false, 15).convertToFormat(QImage::Format_Mono);
+    QTest::newRow("premultiplied") << noiseImage(13, 7, false, 16).convertToFormat(QImage::Format_ARGB32_Premultiplied);
+}
+
+void TestComposition::shadowOpaqueSourcesOfAnyFormat()
+{
+    QFETCH(QImage, photo);
+    // The shadow lies right under the photo, which covers it: the photo comes back as 32-bit.
+    const auto effect = hardShadow(photo, 0, 0);
+    QCOMPARE(effect->result(), photo.convertToFormat(QImage::Format_ARGB32));
+}
+
+void TestComposition::shadowPreview()
+{
+    // The preview runs on the scaled source with this effect's values: a 50 x 50 photo with a
+    // shadow trunc(50 * 50 / 100) = 25 below.
+    const auto effect = hardShadow(solid(100, 100, 0xFFFF0000), 50, 0);
+    QCOMPARE(effect->result().size(), QSize(100, 150));
+    const QImage preview = effect->generatePreview(QSize(50, 50));
+    QCOMPARE(preview.size(), QSize(50, 75));
+    QCOMPARE(rawPixel(preview, 25, 70), 0xFF000000u);
+    QCOMPARE(effect->generatePreview(QRect(0, 0, 20, 10)).size(), QSize(20, 20));
+}
+
+void TestComposition::shadowGuards_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<bool>("nullResult");
+
+    QTest::newRow("negative size") << "Size" << QVariant(-50) << true;
+    QTest::newRow("size 0") << "Size" << QVariant(0) << false;
+    QTest::newRow("negative blur") << "Blur" << QVariant(-3) << true;
+    QTest::newRow("blur far beyond 8") << "Blur" << QVariant(1e12) << true;
+    QTest::newRow("blur 100") << "Blur" << QVariant(100) << false;
+    QTest::newRow("distance beyond any canvas") << "Distance" << QVariant(2000000000) << true;
+    QTest::newRow("negative distance") << "Distance" << QVariant(-100) << false;
+    QTest::newRow("angle not a number") << "Angle" << QVariant(std::nan("")) << true;
+    QTest::newRow("angle of many turns") << "Angle" << QVariant(1e300) << false;
+    QTest::newRow("intensity beyond 255") << "Intensity" << QVariant(100000) << false;
+    QTest::newRow("negative intensity") << "Intensity" << QVariant(-255) << false;
+    QTest::newRow("size beyond any canvas") << "Size" << QVariant(1e12) << true;
+}
+
+void TestComposition::shadowGuards()
+{
+    QFETCH(QString, key);
+    QFETCH(QVariant, value);
+    QFETCH(bool, nullResult);
+
+    for (const bool greyOnly : {true, false}) {
+        ZelImageProcessorDropShadow effect(noiseImage(30, 20, true, 17));
+        effect.setGreyOnly(greyOnly);
+        ZelUIParameterMap values;
+        values.insert(key, qMakePair(value, true));
+        effect.setParameters(values);
+        QSignalSpy finished(&effect, &ZelImageProcessor::finished);
+        QCOMPARE(effect.result().isNull(), nullResult);
+        QCOMPARE(finished.count(), 1);
+        effect.shadowImage();
+    }
+    ZelImageProcessorDropShadow withoutSource;
+    QVERIFY(withoutSource.result().isNull());
+    QVERIFY(withoutSource.shadowImage().isNull());
+    QVERIFY(!withoutSource.totalScale().isValid());
+}
+
+void TestComposition::shadowAvoidRegion()
+{
+    // Scaled by 2 to (20, 40, 60, 80), inset by trunc(3.7) = 3 on every side.
+    const QPainterPath region = ZelImageProcessorDropShadow::createAvoidRegion(QRect(10, 20, 30, 40), 2.0, 3.7);
+    QCOMPARE(region.boundingRect(), QRectF(23, 43, 54, 74));
+    QVERIFY(ZelImageProcessorDropShadow::createAvoidRegion(QRect(), 2.0, 1.0).isEmpty());
+}
+
 // --- metadata ------------------------------------------------------------------------------
 
 void TestComposition::registeredEffects_data()
@@ -256,6 +530,8 @@ void TestComposition::registeredEffects_data()
     QTest::addColumn<QVariant>("toolTip");
     QTest::addColumn<QVariant>("iconName");
 
+    QTest::newRow("DropShadow") << "DropShadow" << "Schatten" << QVariant(QStringLiteral("Dieser Effekt erzeugt einen Schatten"))
+                                << QVariant(QStringLiteral("ico_dropshadow"));
     QTest::newRow("ImageGrid") << "ImageGrid" << "Filmstreifen"
                                << QVariant(QStringLiteral("Dieser Effekt reiht mehrere Fotos aneinander ")) << QVariant();
     QTest::newRow("FotoCollage") << "FotoCollage" << "Collage" << QVariant(QStringLiteral("Fotocollage"))
@@ -292,6 +568,21 @@ void TestComposition::parameters_data()
     QTest::addColumn<bool>("shown");
 
     const QVariantList none;
+    QTest::newRow("Distance") << "DropShadow" << "Distance" << "Abstand" << QVariant(5) << QVariant(5)
+                              << QVariantList{0, 100} << QPoint(0, 0) << true;
+    QTest::newRow("Angle") << "DropShadow" << "Angle" << "Winkel" << QVariant(0) << QVariant(0) << QVariantList{0, 360}
+                           << QPoint(1, 0) << true;
+    QTest::newRow("Intensity") << "DropShadow" << "Intensity" << "Intensität" << QVariant(128) << QVariant(128)
+                               << QVariantList{0, 255, 0, 100} << QPoint(2, 0) << true;
+    QTest::newRow("Blur") << "DropShadow" << "Blur" << "Unschärfe" << QVariant(5) << QVariant(5) << QVariantList{0, 8}
+                          << QPoint(3, 0) << true;
+    QTest::newRow("Size") << "DropShadow" << "Size" << "Größe" << QVariant(100) << QVariant(100)
+                          << QVariantList{50, 200} << QPoint(4, 0) << true;
+    QTest::newRow("AbBackgroundColor") << "DropShadow" << "AbBackgroundColor" << "Hintergrundfarbe"
+                                       << QVariant(QColor(Qt::transparent)) << QVariant(QColor(Qt::transparent)) << none
+                                       << QPoint(5, 0) << true;
+    QTest::newRow("AaGreyOnly") << "DropShadow" << "AaGreyOnly" << "Nur graue Schatten" << QVariant(true)
+                                << QVariant(true) << none << QPoint(6, 0) << true;
     QTest::newRow("GridDistance") << "ImageGrid" << "GridDistance" << "Gitterabstand" << QVariant(0.1) << QVariant(0.1)
                                   << QVariantList{0.0, 1.0, 0, 100} << QPoint(0, 0) << true;
     QTest::newRow("BackgroundColor") << "ImageGrid" << "BackgroundColor" << "Hintergrundfarbe"
@@ -354,7 +645,7 @@ void TestComposition::parameters()
     QFETCH(bool, shown);
 
     const ZelParameterDescriptionContainer container = makeEffect(effect)->parameterContainer();
-    QCOMPARE(container.parameterNames().size(), effect == "ImageGrid" ? 13 : 8);
+    QCOMPARE(container.parameterNames().size(), effect == "ImageGrid" ? 13 : effect == "DropShadow" ? 7 : 8);
     QCOMPARE(container.position(key), place);
     const ZelParameterDescription parameter = container.parameter(key);
     QCOMPARE(parameter.visibleName(), visibleName);
@@ -913,14 +1204,19 @@ void TestComposition::collageGuards_data()
     QTest::addColumn<int>("rows");
     QTest::addColumn<int>("mode");
     QTest::addColumn<bool>("several");
+    QTest::addColumn<int>("border"); // outline and shadow width
     QTest::addColumn<QString>("outcome"); // "source", "null" or "image"
 
-    QTest::newRow("no columns") << 0 << 5 << 0 << false << "source";
-    QTest::newRow("negative rows") << 5 << -2 << 0 << false << "source";
-    QTest::newRow("more than 10000 tiles") << 101 << 100 << 0 << false << "source";
-    QTest::newRow("tiles of nothing") << 30 << 30 << 0 << false << "image";
-    QTest::newRow("unknown mode, single") << 2 << 2 << 7 << false << "null";
-    QTest::newRow("unknown mode, several") << 2 << 2 << -1 << true << "null";
+    QTest::newRow("no columns") << 0 << 5 << 0 << false << 0 << "source";
+    QTest::newRow("negative rows") << 5 << -2 << 0 << false << 0 << "source";
+    QTest::newRow("more than 10000 tiles") << 101 << 100 << 0 << false << 0 << "source";
+    QTest::newRow("tiles of nothing") << 30 << 30 << 0 << false << 0 << "image";
+    QTest::newRow("unknown mode, single") << 2 << 2 << 7 << false << 0 << "null";
+    QTest::newRow("unknown mode, several") << 2 << 2 << -1 << true << 0 << "null";
+    // Prints too large to allocate are null and drawn as nothing.
+    QTest::newRow("huge outline and shadow, single") << 2 << 2 << 0 << false << 2000000000 << "image";
+    QTest::newRow("huge outline and shadow, several") << 2 << 2 << 0 << true << 2000000000 << "image";
+    QTest::newRow("negative outline and shadow") << 2 << 2 << 0 << false << -60 << "image";
 }
 
 void TestComposition::collageGuards()
@@ -929,11 +1225,13 @@ void TestComposition::collageGuards()
     QFETCH(int, rows);
     QFETCH(int, mode);
     QFETCH(bool, several);
+    QFETCH(int, border);
     QFETCH(QString, outcome);
 
     const QImage source = solid(20, 10, 0xFF808080);
     ZelImageProcessorFotoCollage collage(source);
-    whiteCollage(collage, columns, rows, 0, 0, 0);
+    whiteCollage(collage, columns, rows, border, border, 0);
+    collage.setBgSize(60, 40);
     collage.setBgMode(ZelImageProcessorFotoCollage::BackGroundMode(mode));
     if (several)
         collage.setImages({source});

@@ -47,6 +47,7 @@
 #include "ZelImageProcessorWave.h"
 // composition
 #include "ZelImageProcessorCompare.h"
+#include "ZelImageProcessorDropShadow.h"
 #include "ZelImageProcessorImageGrid.h"
 #include "ZelImageProcessorFotoCollage.h"
 #include "ZelImageProcessorComposer.h"
@@ -109,6 +110,7 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorWave::staticMetaObject,
     // composition
     &ZelImageProcessorCompare::staticMetaObject,
+    &ZelImageProcessorDropShadow::staticMetaObject,
     &ZelImageProcessorImageGrid::staticMetaObject,
     &ZelImageProcessorFotoCollage::staticMetaObject,
     &ZelImageProcessorComposer::staticMetaObject,

@@ -205,7 +205,7 @@ QImage ZelImageProcessorFotoCollageImpl::prepareBackGround() const
 // The outline is a percentage of the photo's width on all four sides.
 QImage ZelImageProcessorFotoCollageImpl::outlineImage(const QImage& image) const
 {
-    const int border = zelTruncToInt(image.width() * outlineWidth() * 0.01);
+    const int border = zelTruncToInt(image.width() * double(outlineWidth()) * 0.01);
     QImage outlined = imageOfSize(image.width() + 2 * qint64(border), image.height() + 2 * qint64(border),
                                   QImage::Format_ARGB32);
     if (outlined.isNull())
@@ -219,7 +219,7 @@ QImage ZelImageProcessorFotoCollageImpl::outlineImage(const QImage& image) const
 
 QImage ZelImageProcessorFotoCollageImpl::shadowImage(const QImage& image) const
 {
-    const int offset = zelTruncToInt(image.width() * shadowWidth() * 0.01);
+    const int offset = zelTruncToInt(image.width() * double(shadowWidth()) * 0.01);
     QImage shadowed = imageOfSize(image.width() + qint64(offset) + 2, image.height() + qint64(offset) + 2,
                                   QImage::Format_ARGB32);
     if (shadowed.isNull())

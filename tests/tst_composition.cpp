@@ -195,6 +195,7 @@ private slots:
     void shadowTransparentBackground_data();
     void shadowTransparentBackground();
     void shadowColouredFromTranslucentParts();
+    void shadowColouredBlursTheBackground();
     void shadowImageAlone();
     void shadowOpaqueSourcesOfAnyFormat_data();
     void shadowOpaqueSourcesOfAnyFormat();
@@ -415,6 +416,26 @@ void TestComposition::shadowColouredFromTranslucentParts()
         QCOMPARE(rawPixel(result, 5, 15), 0xFF000000u);
         QCOMPARE(rawPixel(result, 15, 15), greyOnly ? 0x80000000u : 0x80FF0000u);
         QCOMPARE(rawPixel(result, 5, 5), 0xFF0000FFu);
+    }
+}
+
+void TestComposition::shadowColouredBlursTheBackground()
+{
+    // Grey only, the background far from the shadow keeps its colour exactly. In colour the
+    // blur runs over the whole canvas, background included (deliberate), and the Gaussian's
+    // truncated weights leave even a uniform background a little darker and translucent.
+    const QRgb background = 0xFF00C800;
+    for (const bool greyOnly : {true, false}) {
+        ZelImageProcessorDropShadow effect(solid(100, 100, 0xFFC81E1E));
+        effect.setDistance(0);
+        effect.setBlur(8);
+        effect.setBackgroundColor(QColor::fromRgba(background));
+        effect.setGreyOnly(greyOnly);
+        const QImage result = effect.result();
+        const QRgb corner = rawPixel(result, 0, 0);
+        QCOMPARE(corner == background, greyOnly);
+        QVERIFY(qAlpha(corner) >= 250 && qGreen(corner) >= 190);
+        QCOMPARE(rawPixel(result, 56, 56), 0xFFC81E1Eu);
     }
 }
 

@@ -20,7 +20,8 @@ class ZelImageProcessorFotoCollage : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    enum BackGroundMode {
+    // Of type int, so that any value can be passed: values beyond these give a null image.
+    enum BackGroundMode : int {
         ColoredBackground = 0,    // "AABgColor"
         TransparentBackground = 1,
         TiledTexture = 2,

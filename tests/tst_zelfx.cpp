@@ -281,6 +281,12 @@ private slots:
     void trace();
     void cancelAfter_data();
     void cancelAfter();
+    void chain_data();
+    void chain();
+    void chainErrors_data();
+    void chainErrors();
+    void chainTrace_data();
+    void chainTrace();
     void progressBarOnTerminal();
     void time();
     void optionErrors_data();
@@ -967,6 +973,117 @@ void TestZelfx::cancelAfter()
 
     const QString input = path(QStringLiteral("rows3.png"));
     const ToolRun run = zelfx(expand({"apply", "ExampleGrayscale", input, "{out}", "--trace", "--cancel-after", count}));
+    QCOMPARE(run.exitCode, int(ExitSuccess));
+    QCOMPARE(traceLines(run.err), lines);
+    const bool unchanged = loadArgb(path(QStringLiteral("out.png"))) == loadArgb(input);
+    QCOMPARE(unchanged, cancelled);
+    QFile::remove(path(QStringLiteral("out.png")));
+}
+
+// --- --chain ---------------------------------------------------------------------------------
+
+void TestZelfx::chain_data()
+{
+    QTest::addColumn<QString>("spec");
+    QTest::addColumn<QStringList>("steps"); // short names, each with the --set it takes or none
+    QTest::addColumn<QStringList>("sets");
+
+    QTest::newRow("two steps in order") << "Invert;FlipVertical" << QStringList{"Invert", "FlipVertical"}
+                                        << QStringList{QString(), QString()};
+    QTest::newRow("a value per step") << " Mosaic : ABlockSize=2 ;FlipHorizontal"
+                                      << QStringList{"Mosaic", "FlipHorizontal"} << QStringList{"ABlockSize=2", QString()};
+    QTest::newRow("empty chain") << "" << QStringList() << QStringList();
+}
+
+void TestZelfx::chain()
+{
+    QFETCH(QString, spec);
+    QFETCH(QStringList, steps);
+    QFETCH(QStringList, sets);
+
+    QImage expected = myInput;
+    for (int i = 0; i < steps.size(); ++i) {
+        const std::unique_ptr<ZelImageProcessor> step(
+            ZelEffectRegistry::create(ZelEffectRegistry::find(steps.at(i)), expected));
+        if (!sets.at(i).isEmpty())
+            QVERIFY(applySetOption(step.get(), sets.at(i), false).ok());
+        expected = step->result();
+    }
+    const ToolRun run = zelfx(expand({"apply", "Composer", "{in}", "{out}", "--chain", spec}));
+    QCOMPARE(run.exitCode, int(ExitSuccess));
+    QCOMPARE(loadArgb(path(QStringLiteral("out.png"))), expected.convertToFormat(QImage::Format_ARGB32));
+    QFile::remove(path(QStringLiteral("out.png")));
+}
+
+void TestZelfx::chainErrors_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("message");
+
+    const QStringList apply{"apply", "Composer", "{in}", "{out}", "--chain"};
+    QTest::newRow("unknown effect") << apply + QStringList{"Invert;Nope"}
+                                    << "zelfx: --chain step 2 \"Nope\": unknown effect Nope; known effects: ";
+    QTest::newRow("unknown parameter") << apply + QStringList{"Mosaic:Size=3"}
+                                       << "zelfx: --chain step 1 \"Mosaic:Size=3\": effect Mosaic has no parameter Size";
+    QTest::newRow("value of the wrong type")
+        << apply + QStringList{"Invert;Mosaic:ABlockSize=big"}
+        << "zelfx: --chain step 2 \"Mosaic:ABlockSize=big\": parameter ABlockSize of effect Mosaic expects int, got \"big\"";
+    QTest::newRow("no value") << apply + QStringList{"Mosaic:ABlockSize"}
+                              << "zelfx: --chain step 1 \"Mosaic:ABlockSize\": --set expects KEY=VALUE";
+    QTest::newRow("empty step") << apply + QStringList{"Invert;;FlipVertical"}
+                                << "zelfx: --chain step 2 \"\": no effect named";
+    QTest::newRow("not a composer") << QStringList{"apply", "Invert", "{in}", "{out}", "--chain", "Invert"}
+                                    << "zelfx: --chain needs a composer effect (Composer, ExampleComposer), not Invert";
+    QTest::newRow("given twice") << apply + QStringList{"Invert", "--chain", "Invert"}
+                                 << "zelfx: --chain may be given once";
+    QTest::newRow("settings takes none") << QStringList{"settings", "Composer", "--chain", "Invert"}
+                                         << "zelfx: unknown option --chain for settings";
+}
+
+void TestZelfx::chainErrors()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, message);
+
+    const ToolRun run = zelfx(expand(arguments));
+    QCOMPARE(run.exitCode, int(ExitUsage));
+    QVERIFY2(run.err.contains(message), qPrintable(run.err));
+    QVERIFY(!QFile::exists(path(QStringLiteral("out.png"))));
+}
+
+void TestZelfx::chainTrace_data()
+{
+    QTest::addColumn<QString>("cancelAfter");
+    QTest::addColumn<QStringList>("lines");
+    QTest::addColumn<bool>("cancelled");
+
+    QStringList invert;
+    QStringList grey;
+    for (int row = 0; row < 3; ++row) {
+        invert << QStringLiteral("progress\tInvertieren\t\t%1\t2").arg(row);
+        grey << QStringLiteral("progress\tExample\t\t%1\t2").arg(row);
+    }
+    QTest::newRow("every step's progress") << "0" << invert + grey + QStringList{"finished\ttrue"} << false;
+    // The inversion does not look at its flag: it runs to its end, and the chain stops after it.
+    QTest::newRow("cancelled in the first step")
+        << "2" << invert.mid(0, 2) + QStringList{"operationCanceled"} + invert.mid(2) + QStringList{"finished\tfalse"}
+        << true;
+    // The grey-scale example stops in its first row.
+    QTest::newRow("cancelled in the second step")
+        << "4" << invert + grey.mid(0, 1) + QStringList{"operationCanceled", "finished\tfalse"} << true;
+}
+
+void TestZelfx::chainTrace()
+{
+    QFETCH(QString, cancelAfter);
+    QFETCH(QStringList, lines);
+    QFETCH(bool, cancelled);
+
+    const QString input = path(QStringLiteral("rows3.png"));
+    QStringList arguments{"apply", "Composer", input, "{out}", "--chain", "Invert;ExampleGrayscale", "--trace"};
+    if (cancelAfter != QLatin1String("0"))
+        arguments << "--cancel-after" << cancelAfter;
+    const ToolRun run = zelfx(expand(arguments));
     QCOMPARE(run.exitCode, int(ExitSuccess));
     QCOMPARE(traceLines(run.err), lines);
     const bool unchanged = loadArgb(path(QStringLiteral("out.png"))) == loadArgb(input);

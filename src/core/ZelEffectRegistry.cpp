@@ -51,6 +51,12 @@
 #include "ZelImageProcessorWave.h"
 // composition
 #include "ZelImageProcessorCompare.h"
+#include "ZelImageProcessorDropShadow.h"
+#include "ZelImageProcessorImageGrid.h"
+#include "ZelImageProcessorFotoCollage.h"
+#include "ZelImageProcessorComposer.h"
+#include "ZelImageProcessorExampleComposer.h"
+#include "ZelImageProcessorPhotosInPhoto.h"
 
 #include <QMetaMethod>
 #include <QMetaObject>
@@ -112,6 +118,12 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorWave::staticMetaObject,
     // composition
     &ZelImageProcessorCompare::staticMetaObject,
+    &ZelImageProcessorDropShadow::staticMetaObject,
+    &ZelImageProcessorImageGrid::staticMetaObject,
+    &ZelImageProcessorFotoCollage::staticMetaObject,
+    &ZelImageProcessorComposer::staticMetaObject,
+    &ZelImageProcessorExampleComposer::staticMetaObject,
+    &ZelImageProcessorPhotosInPhoto::staticMetaObject,
 };
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "apply.h"
 
+#include "chain.h"
 #include "console.h"
 #include "effectrunner.h"
 #include "effects.h"
@@ -13,7 +14,8 @@ Status runApply(const QStringList& arguments)
 {
     const QString command = QStringLiteral("apply");
     CommandLine commandLine;
-    Status status = parseCommandLine(command, arguments, AcceptParameterOptions | AcceptRunOptions, &commandLine);
+    Status status = parseCommandLine(command, arguments, AcceptParameterOptions | AcceptRunOptions | AcceptChain,
+                                     &commandLine);
     if (status.ok())
         status = expectPositional(command, commandLine, {QStringLiteral("EFFECT"), QStringLiteral("INPUT"),
                                                          QStringLiteral("OUTPUT")});
@@ -36,6 +38,9 @@ Status runApply(const QStringList& arguments)
 
     EffectRunner runner(effect.get(), commandLine.run);
     status = applyParameterOptions(effect.get(), commandLine.parameterOptions);
+    ChainSteps chainSteps;
+    if (status.ok() && commandLine.hasChain)
+        status = appendChain(effect.get(), commandLine.chain, &chainSteps);
     if (!status.ok())
         return status;
     const QImage output = runner.run();

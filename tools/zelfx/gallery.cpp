@@ -13,6 +13,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QGenericArgument>
+#include <QImageReader>
 #include <QMetaMethod>
 #include <QVariant>
 #include <QVector>
@@ -66,6 +67,41 @@ QList<QImage> copiesOf(const QImage& image)
     return images;
 }
 
+// The readable pictures in the folder of inputPath (the input among them), by name.
+QStringList photosBeside(const QString& inputPath)
+{
+    const QDir folder = QFileInfo(inputPath).absoluteDir();
+    QStringList patterns;
+    for (const QByteArray& format : QImageReader::supportedImageFormats())
+        patterns << QStringLiteral("*.") + QString::fromLatin1(format);
+    QStringList photos;
+    for (const QString& name : folder.entryList(patterns, QDir::Files, QDir::Name)) {
+        const QString path = folder.filePath(name);
+        if (QImageReader(path).canRead())
+            photos << path;
+    }
+    return photos;
+}
+
+bool hasMethod(const ZelImageProcessor* effect, const char* signature)
+{
+    return effect->metaObject()->indexOfMethod(signature) >= 0;
+}
+
+// Effects on several photos show the input several times; photos-in-photo builds the input from
+// the photos beside it, in blocks of a sixteenth of its shorter side.
+void giveSeveralPhotos(ZelImageProcessor* effect, const QImage& input, const QString& inputPath)
+{
+    if (hasMethod(effect, "setImages(QList<QImage>)"))
+        QMetaObject::invokeMethod(effect, "setImages", Qt::DirectConnection, Q_ARG(QList<QImage>, copiesOf(input)));
+    if (hasMethod(effect, "setImageFileList(QStringList)") && hasMethod(effect, "setBlockSize(QSize)")) {
+        const int side = qMax(8, qMin(input.width(), input.height()) / 16);
+        QMetaObject::invokeMethod(effect, "setImageFileList", Qt::DirectConnection,
+                                  Q_ARG(QStringList, photosBeside(inputPath)));
+        QMetaObject::invokeMethod(effect, "setBlockSize", Qt::DirectConnection, Q_ARG(QSize, QSize(side, side)));
+    }
+}
+
 // Every image argument gets the input, every image list several copies of it.
 ZelImageProcessor* constructOn(const QMetaObject* meta, const QImage& input, QString* failure)
 {
@@ -94,7 +130,7 @@ ZelImageProcessor* constructOn(const QMetaObject* meta, const QImage& input, QSt
     return effect;
 }
 
-GalleryEntry renderEffect(const QMetaObject* meta, const QImage& input, const QDir& outDir)
+GalleryEntry renderEffect(const QMetaObject* meta, const QImage& input, const QString& inputPath, const QDir& outDir)
 {
     GalleryEntry entry;
     entry.shortName = effectShortName(meta);
@@ -102,6 +138,7 @@ GalleryEntry renderEffect(const QMetaObject* meta, const QImage& input, const QD
     const std::unique_ptr<ZelImageProcessor> effect(constructOn(meta, input, &entry.failure));
     if (!effect)
         return entry;
+    giveSeveralPhotos(effect.get(), input, inputPath);
     entry.name = effect->effectName();
     entry.toolTip = effectToolTip(effect.get());
 
@@ -198,7 +235,7 @@ Status runGallery(const QStringList& arguments)
     QList<GalleryEntry> entries;
     int rendered = 0;
     for (const QMetaObject* meta : ZelEffectRegistry::effects()) {
-        const GalleryEntry entry = renderEffect(meta, input, outDir);
+        const GalleryEntry entry = renderEffect(meta, input, inputPath, outDir);
         if (entry.failure.isEmpty())
             ++rendered;
         else

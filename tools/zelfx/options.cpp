@@ -63,6 +63,15 @@ Status addParameterOption(ParameterOption::Kind kind, const QString& value, Comm
     return Status::success();
 }
 
+Status selectChain(const QString& spec, CommandLine* commandLine)
+{
+    if (commandLine->hasChain)
+        return Status::usageError(QStringLiteral("--chain may be given once; separate its steps with ;"));
+    commandLine->chain = spec;
+    commandLine->hasChain = true;
+    return Status::success();
+}
+
 const OptionDefinition optionDefinitions[] = {
     {"--json", AcceptJson, false,
      [](const QString&, CommandLine* c) {
@@ -104,6 +113,7 @@ const OptionDefinition optionDefinitions[] = {
          c->run.time = true;
          return Status::success();
      }},
+    {"--chain", AcceptChain, true, [](const QString& v, CommandLine* c) { return selectChain(v, c); }},
     {"--size", AcceptBenchOptions, true,
      [](const QString& v, CommandLine* c) { return parsePositiveSize("--size", v, &c->benchSize); }},
     {"--repeat", AcceptBenchOptions, true,

@@ -18,6 +18,8 @@ struct CommandLine
     int repeat = 5;
     bool json = false;
     bool benchList = false;
+    QString chain;
+    bool hasChain = false;
 };
 
 // Which options a command takes.
@@ -27,6 +29,7 @@ enum OptionGroup {
     AcceptParameterOptions = 0x04, // --set, --set-ui, --settings, --call
     AcceptRunOptions = 0x08,       // --preview, --section, --trace, --cancel-after, --time
     AcceptBenchOptions = 0x10,     // --size, --repeat
+    AcceptChain = 0x20,            // --chain
 };
 
 // Options may stand anywhere; every other argument is positional. Option values are checked here

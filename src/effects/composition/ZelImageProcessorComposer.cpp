@@ -1,0 +1,97 @@
+#include "ZelImageProcessorComposer.h"
+#include "ZelImageProcessorComposer_p.h"
+#include "ZelProgressSignalizer.h"
+
+ZelImageProcessorComposerImpl::ZelImageProcessorComposerImpl()
+    : ZelImageProcessorImpl(QString())
+{
+}
+
+ZelImageProcessorComposerImpl::ZelImageProcessorComposerImpl(const QImage& image)
+    : ZelImageProcessorImpl(image, QString())
+{
+}
+
+void ZelImageProcessorComposerImpl::addProcessor(ZelImageProcessor* processor)
+{
+    myProcessors.append(processor);
+}
+
+void ZelImageProcessorComposerImpl::cancel()
+{
+    myCancelled.store(true, std::memory_order_relaxed);
+    myProgressSignalizer->setCancelled(true);
+    emit operationCanceled();
+}
+
+QImage ZelImageProcessorComposerImpl::result()
+{
+    // A chain that leads back into this composer runs that step as no change.
+    if (myRunning)
+        return sourceImage();
+    myRunning = true;
+    const QImage source = sourceImage();
+    QImage image = source;
+    bool cancelled = false;
+    for (const QPointer<ZelImageProcessor>& processor : qAsConst(myProcessors)) {
+        cancelled = resetCancel();
+        if (cancelled)
+            break;
+        if (processor)
+            image = runStep(processor, image);
+    }
+    // A cancel during the last step counts too.
+    cancelled = cancelled || resetCancel();
+    myRunning = false;
+    emit finished(!cancelled);
+    return cancelled ? source : image;
+}
+
+QImage ZelImageProcessorComposerImpl::runStep(ZelImageProcessor* processor, const QImage& image)
+{
+    const QMetaObject::Connection relay = connect(processor, &ZelImageProcessor::progress, this,
+                                                  &ZelImageProcessorImpl::progress, Qt::DirectConnection);
+    const QMetaObject::Connection cancelling = connect(this, &ZelImageProcessorImpl::operationCanceled, processor,
+                                                       &ZelImageProcessor::cancel, Qt::DirectConnection);
+    processor->setSourceImage(image);
+    const QImage stepResult = processor->result();
+    disconnect(relay);
+    disconnect(cancelling);
+    return stepResult;
+}
+
+QImage ZelImageProcessorComposerImpl::generatePreview(const QSize& size)
+{
+    return previewWith<ZelImageProcessorComposer>(sourceImageScaled(size));
+}
+
+QImage ZelImageProcessorComposerImpl::generatePreview(const QRect& rect)
+{
+    return previewWith<ZelImageProcessorComposer>(sectionOfSourceImage(rect));
+}
+
+ZelImageProcessorComposer::ZelImageProcessorComposer()
+{
+    initImplementation(nullptr);
+}
+
+ZelImageProcessorComposer::ZelImageProcessorComposer(const QImage& image)
+    : ZelImageProcessor(image)
+{
+    initImplementation(&image);
+}
+
+void ZelImageProcessorComposer::initImplementation(const QImage* image)
+{
+    installImplementation<ZelImageProcessorComposerImpl>(this, image);
+}
+
+void ZelImageProcessorComposer::addProcessor(ZelImageProcessor* processor)
+{
+    static_cast<ZelImageProcessorComposerImpl*>(myImpl)->addProcessor(processor);
+}
+
+void ZelImageProcessorComposer::cancel() { myImpl->cancel(); }
+QImage ZelImageProcessorComposer::result() { return myImpl->result(); }
+QImage ZelImageProcessorComposer::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
+QImage ZelImageProcessorComposer::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }

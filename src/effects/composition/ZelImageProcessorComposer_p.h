@@ -1,0 +1,37 @@
+#ifndef ZELIMAGEPROCESSORCOMPOSER_P_H
+#define ZELIMAGEPROCESSORCOMPOSER_P_H
+
+#include "ZelImageProcessorComposer.h"
+#include "ZelImageProcessorImpl_p.h"
+
+#include <QList>
+#include <QPointer>
+
+class ZelImageProcessorComposerImpl : public ZelImageProcessorImpl
+{
+    Q_OBJECT
+public:
+    ZelImageProcessorComposerImpl();
+    explicit ZelImageProcessorComposerImpl(const QImage& image);
+
+    void addProcessor(ZelImageProcessor* processor);
+    // Sets the cancel flag, which stops the chain before its next step, and emits
+    // operationCanceled(), which cancels the running step.
+    void cancel() override;
+
+public slots:
+    QImage result() override;
+    QImage generatePreview(const QSize& size) override;
+    QImage generatePreview(const QRect& rect) override;
+
+private:
+    QImage runStep(ZelImageProcessor* processor, const QImage& image);
+
+    QList<QPointer<ZelImageProcessor>> myProcessors;
+    bool myRunning = false;
+
+public:
+    ZelImageProcessorComposer* myPublic = nullptr;
+};
+
+#endif

@@ -23,6 +23,7 @@
 #include <QtTest>
 
 #include <algorithm>
+#include <csignal>
 #include <memory>
 
 class ZelImageProcessorToolProbe;
@@ -281,6 +282,9 @@ private slots:
     void trace();
     void cancelAfter_data();
     void cancelAfter();
+    void threadedCancelAfter();
+    void interruptCancelsThreadedRun();
+    void progressBarOnTerminal_data();
     void progressBarOnTerminal();
     void time();
     void optionErrors_data();
@@ -319,6 +323,9 @@ void TestZelfx::initTestCase()
     QVERIFY(myInput.save(path(QStringLiteral("in.png"))));
     QVERIFY(myOther.save(path(QStringLiteral("other.png"))));
     QVERIFY(colourImage(4, 3).save(path(QStringLiteral("rows3.png"))));
+    // ExampleGrayscale pauses 100 ms every 50 rows: 0.4 s and 6 s of pauses.
+    QVERIFY(colourImage(4, 200).save(path(QStringLiteral("rows200.png"))));
+    QVERIFY(colourImage(4, 3000).save(path(QStringLiteral("rows3000.png"))));
     QVERIFY(writeFile(path(QStringLiteral("notanimage.png")), "plain text"));
     QVERIFY(writeFile(path(QStringLiteral("malformed.xml")), "<zelfx effect=\"x\"><unclosed></zelfx>"));
     QVERIFY(QDir(myDir.path()).mkpath(QStringLiteral("pageblocked/index.html")));
@@ -756,6 +763,12 @@ void TestZelfx::usageErrors_data()
                                              << "--section expects X,Y,W,H";
     QTest::newRow("--preview with --section") << apply + QStringList{"--preview", "4x4", "--section", "0,0,2,2"}
                                               << "--preview and --section exclude each other";
+    QTest::newRow("--threaded with --preview") << apply + QStringList{"--threaded", "--preview", "4x4"}
+                                               << "--threaded computes the full result; it excludes --preview and --section";
+    QTest::newRow("--section with --threaded") << apply + QStringList{"--section", "0,0,2,2", "--threaded"}
+                                               << "--threaded computes the full result; it excludes --preview and --section";
+    QTest::newRow("bench takes no --threaded") << QStringList{"bench", "FlipHorizontal", "--threaded"}
+                                               << "unknown option --threaded for bench";
     QTest::newRow("--cancel-after 0") << apply + QStringList{"--cancel-after", "0"}
                                       << "--cancel-after expects a positive whole number";
     QTest::newRow("settings takes no run options") << QStringList{"settings", "FlipHorizontal", "--trace"}
@@ -786,6 +799,7 @@ void TestZelfx::help()
     QCOMPARE(run.exitCode, int(ExitSuccess));
     QVERIFY(run.out.startsWith(QLatin1String("usage: zelfx")));
     QVERIFY(run.out.contains(QLatin1String("--cancel-after N")));
+    QVERIFY(run.out.contains(QLatin1String("--threaded")));
 }
 
 void TestZelfx::unknownEffect_data()
@@ -870,6 +884,10 @@ void TestZelfx::applyMatchesLibrary_data()
                                   << Expected::GaussCall;
     QTest::newRow("image argument") << "FlipHorizontal" << QStringList{"--call", "setSourceImage({other})"}
                                     << Expected::SourceCall;
+    QTest::newRow("threaded") << "FlipHorizontal" << QStringList{"--threaded"} << Expected::Result;
+    QTest::newRow("threaded typed setter") << "ExampleGauss"
+                                           << QStringList{"--threaded", "--call", "setSigmaAndBoxSize(2.0, 1)"}
+                                           << Expected::GaussCall;
 }
 
 void TestZelfx::applyMatchesLibrary()
@@ -929,6 +947,15 @@ void TestZelfx::trace_data()
                                 << QStringList{"finished\ttrue"};
     QTest::newRow("no trace without --trace") << QStringList{"apply", "ExampleGrayscale", "{dir}/rows3.png", "{out}"}
                                               << int(ExitSuccess) << QStringList();
+    // Through the converter's progress(int, int) and processName(...), in the same form.
+    QTest::newRow("threaded progress per row")
+        << QStringList{"apply", "ExampleGrayscale", "{dir}/rows3.png", "{out}", "--trace", "--threaded"}
+        << int(ExitSuccess)
+        << QStringList{"progress\tExample\t\t0\t2", "progress\tExample\t\t1\t2", "progress\tExample\t\t2\t2",
+                       "finished\ttrue"};
+    QTest::newRow("threaded, ImageMagick")
+        << QStringList{"apply", "Sepia", "{dir}/rows3.png", "{out}", "--trace", "--threaded"} << int(ExitSuccess)
+        << traceLines(zelfx(expand({"apply", "Sepia", "{dir}/rows3.png", "{out}", "--trace"})).err);
 }
 
 void TestZelfx::trace()
@@ -974,14 +1001,69 @@ void TestZelfx::cancelAfter()
     QFile::remove(path(QStringLiteral("out.png")));
 }
 
+// Threaded, the converter's progress arrives on the main thread some rows late: the cancel from
+// inside the first one lands while the example pauses at row 50, before its 200 rows are done.
+void TestZelfx::threadedCancelAfter()
+{
+    const QString input = path(QStringLiteral("rows200.png"));
+    const ToolRun run = zelfx(expand({"apply", "ExampleGrayscale", input, "{out}", "--trace", "--threaded",
+                                      "--cancel-after", "1"}));
+    QCOMPARE(run.exitCode, int(ExitSuccess));
+    const QStringList lines = traceLines(run.err);
+    QVERIFY2(lines.size() >= 2, qPrintable(run.err));
+    QCOMPARE(lines.first(), QStringLiteral("progress\tExample\t\t0\t199"));
+    // Emitted by the cancel on the main thread: rows the job did meanwhile may follow it.
+    QVERIFY(lines.contains(QStringLiteral("finished\tfalse")));
+    QVERIFY(!lines.contains(QStringLiteral("progress\tExample\t\t199\t199")));
+    QVERIFY(!lines.contains(QStringLiteral("finished\ttrue")));
+    QCOMPARE(loadArgb(path(QStringLiteral("out.png"))), loadArgb(input));
+    QFile::remove(path(QStringLiteral("out.png")));
+}
+
+void TestZelfx::interruptCancelsThreadedRun()
+{
+    const QString input = path(QStringLiteral("rows3000.png"));
+    QProcess process;
+    process.setProcessEnvironment(offscreenEnvironment());
+    process.setReadChannel(QProcess::StandardError);
+    QElapsedTimer timer;
+    timer.start();
+    process.start(QStringLiteral(ZELFX_PATH), expand({"apply", "ExampleGrayscale", input, "{out}", "--trace", "--threaded"}));
+    QByteArray err;
+    while (!err.contains("progress\t") && process.waitForReadyRead(processTimeoutMs))
+        err += process.readAllStandardError();
+    QVERIFY2(err.contains("progress\t"), err.constData());
+    QCOMPARE(::kill(pid_t(process.processId()), SIGINT), 0);
+    QVERIFY(process.waitForFinished(processTimeoutMs));
+    err += process.readAllStandardError();
+
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), int(ExitSuccess));
+    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+    const QString text = QString::fromUtf8(err);
+    QVERIFY2(text.contains(QLatin1String("zelfx: interrupted, cancelling the effect\n")), qPrintable(text));
+    QVERIFY(traceLines(text).contains(QStringLiteral("finished\tfalse")));
+    QVERIFY(!traceLines(text).contains(QStringLiteral("finished\ttrue")));
+    QCOMPARE(loadArgb(path(QStringLiteral("out.png"))), loadArgb(input));
+    QFile::remove(path(QStringLiteral("out.png")));
+}
+
+void TestZelfx::progressBarOnTerminal_data()
+{
+    QTest::addColumn<QString>("options");
+    QTest::newRow("direct") << QString();
+    QTest::newRow("threaded") << QStringLiteral(" --threaded");
+}
+
 void TestZelfx::progressBarOnTerminal()
 {
+    QFETCH(QString, options);
     const QString script = QStandardPaths::findExecutable(QStringLiteral("script"));
     if (script.isEmpty())
         QSKIP("needs script(1) for a pseudo-terminal");
-    const QString command = QStringLiteral("%1 apply ExampleGrayscale %2 %3")
+    const QString command = QStringLiteral("%1 apply ExampleGrayscale %2 %3%4")
                                 .arg(QStringLiteral(ZELFX_PATH), path(QStringLiteral("rows3.png")),
-                                     path(QStringLiteral("out.png")));
+                                     path(QStringLiteral("out.png")), options);
     const ToolRun run = runProgram(script, {QStringLiteral("-qec"), command, QStringLiteral("/dev/null")});
     QCOMPARE(run.exitCode, int(ExitSuccess));
     QVERIFY2(run.out.contains(QLatin1String("\r[###############               ]  50% Example")), qPrintable(run.out));

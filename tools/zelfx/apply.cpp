@@ -34,7 +34,7 @@ Status runApply(const QStringList& arguments)
     if (!status.ok())
         return status;
 
-    EffectRunner runner(effect.get(), commandLine.run);
+    EffectRunner runner(effect.get(), input, commandLine.run);
     status = applyParameterOptions(effect.get(), commandLine.parameterOptions);
     if (!status.ok())
         return status;

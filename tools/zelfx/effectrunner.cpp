@@ -10,6 +10,8 @@
 #include <QEventLoop>
 #include <QSharedPointer>
 
+#include <atomic>
+
 namespace {
 const int progressBarWidth = 30;
 
@@ -70,11 +72,18 @@ QImage EffectRunner::computeThreaded()
     connect(&converter, &ZelPhotoConverter::processName, this, &EffectRunner::onConverterProcessName);
     QEventLoop loop;
     connect(&converter, &QThread::finished, &loop, &QEventLoop::quit);
+    // The job's end once more, as the last thing its thread does with the converter, through an
+    // atomic: ThreadSanitizer cannot see the locks of Qt's queued quit, and would take the
+    // converter's destruction for a race with the job.
+    std::atomic<bool> jobEnded{false};
+    connect(&converter, &QThread::finished, [&jobEnded] { jobEnded.store(true, std::memory_order_release); });
     const InterruptNotifier interrupt([this] { onInterrupt(); });
 
     myConverter = &converter;
     converter.applyImageProcessorThreaded(borrowed);
     loop.exec();
+    while (!jobEnded.load(std::memory_order_acquire))
+        QThread::yieldCurrentThread();
     converter.wait();
     myConverter = nullptr;
     return converter.getPhoto();

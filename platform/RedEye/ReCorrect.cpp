@@ -106,16 +106,21 @@ double smoothStep(double edge0, double edge1, double x)
     return t * t * (3.0 - 2.0 * t);
 }
 
-void correctPupil(const ImageView& view, const Pupil& pupil)
+void correctPupil(const ImageView& view, const ReRegion& region, const Pupil& pupil)
 {
-    const double low = std::max(20.0, 0.25 * pupil.redLevel);
-    const double high = std::max(low + 10.0, 0.5 * pupil.redLevel);
+    const double reach = 2.0 * region.radius;
+    const double low = std::max(12.0, 0.1 * pupil.redLevel);
+    const double high = std::max(low + 20.0, 0.45 * pupil.redLevel);
     const double solidRadius = 1.1 * pupil.radius;
     const double outerRadius = 1.5 * pupil.radius;
-    const Window w = windowAround(view, pupil.centerX, pupil.centerY, outerRadius);
+    const Window around = windowAround(view, pupil.centerX, pupil.centerY, outerRadius);
+    const Window w{std::max(around.left, region.left), std::max(around.top, region.top),
+                   std::min(around.right, region.right), std::min(around.bottom, region.bottom)};
     for (int y = w.top; y <= w.bottom; ++y) {
         uint32_t* line = view.writableRow(y);
         for (int x = w.left; x <= w.right; ++x) {
+            if (squaredDistance(x, y, region.centerX, region.centerY) > reach * reach)
+                continue;
             const uint32_t pixel = line[x];
             const int score = redScore(pixel);
             if (score <= low)
@@ -160,7 +165,7 @@ int correctAll(const ImageView& view, const ReListHead* regions)
         const auto* region = reinterpret_cast<const ReRegion*>(node);
         if (!isUsable(*region, view) || isRepeat(*region, done))
             continue;
-        correctPupil(view, measurePupil(view, *region));
+        correctPupil(view, *region, measurePupil(view, *region));
         done.push_back(region);
     }
     return done.empty() ? RE_NOT_FOUND : RE_OK;

@@ -418,13 +418,17 @@ bool report(const ImageView& view, const std::vector<Candidate>& candidates, ReL
         ReRegion* region = appendRegion(found);
         if (!region)
             return false;
-        region->centerX = float(c.centerX * fx);
-        region->centerY = float(c.centerY * fy);
-        region->radius = float(c.radius * std::max(fx, fy));
-        region->left = int32_t(std::floor(c.box.left * fx));
-        region->top = int32_t(std::floor(c.box.top * fy));
-        region->right = int32_t(std::ceil((c.box.right + 1) * fx)) - 1;
-        region->bottom = int32_t(std::ceil((c.box.bottom + 1) * fy)) - 1;
+        const double x = c.centerX * fx;
+        const double y = c.centerY * fy;
+        const double radius = c.radius * std::max(fx, fy);
+        region->centerX = float(x);
+        region->centerY = float(y);
+        region->radius = float(radius);
+        // The reach of the correction: two radii, the pupil and room for its soft edge.
+        region->left = int32_t(std::max(0.0, std::floor(x - 2.0 * radius)));
+        region->top = int32_t(std::max(0.0, std::floor(y - 2.0 * radius)));
+        region->right = int32_t(std::min(view.fullWidth - 1.0, std::ceil(x + 2.0 * radius) - 1.0));
+        region->bottom = int32_t(std::min(view.fullHeight - 1.0, std::ceil(y + 2.0 * radius) - 1.0));
         region->confidence = c.confidence;
     }
     return true;
@@ -478,7 +482,7 @@ int detectAuto(const ImageView& view, const ReRegionHint* hint, uint32_t flags, 
         for (int i = 0; i < hint->rectCount; ++i)
             areas.push_back(boxFromHint(view, *hint, hint->rects + 4 * i));
         if (hint->shape == RE_SHAPE_SQUARE && hint->rectCount == 1 && !areas.front().isEmpty())
-            maxRadius = std::min(maxRadius, std::max(2.0, 0.25 * std::min(areas.front().width(), areas.front().height())));
+            maxRadius = std::min(maxRadius, 0.5 * std::min(areas.front().width(), areas.front().height()) + 1.0);
     }
     const std::vector<Candidate> candidates = findPupils(view, areas, flags, maxRadius);
     if (!report(view, candidates, found))

@@ -69,8 +69,8 @@ extern "C" {
 #define RE_FLAGS_NEAREST (RE_PASS_STRICT | RE_PASS_SENSITIVE | RE_LARGE_PUPILS) /* 0x7000000 */
 
 /* ReRegionHint.shape */
-#define RE_SHAPE_SQUARE 2    /* nearly square: framed around one eye; a pupil may then be at most
-                                a quarter of the shorter side in radius */
+#define RE_SHAPE_SQUARE 2    /* nearly square, as drawn around one eye: a pupil found in it is no
+                                larger than the square */
 #define RE_SHAPE_RECTANGLE 3 /* any rectangle, for example around a pair of eyes */
 
 /*
@@ -127,16 +127,20 @@ typedef struct ReListHead {
     struct ReListHead* previous;
 } ReListHead;
 
-/* A found pupil, in full-size coordinates. link comes first: a list node is its region. */
+/*
+ * A found pupil, in full-size coordinates (pixel x covers x to x + 1). link comes first: a list
+ * node is its region. The region is the circle of twice the pupil's radius, the pupil and room
+ * for the soft edge of its correction; left to bottom bound it within the photo.
+ */
 typedef struct ReRegion {
     ReListHead link;
-    int32_t left;   /* bounding box of the pupil, inclusive */
+    int32_t left; /* inclusive */
     int32_t top;
     int32_t right;
     int32_t bottom;
     float centerX;
     float centerY;
-    float radius;
+    float radius; /* of the pupil */
     int32_t confidence; /* 1 to 100 */
 } ReRegion;
 
@@ -165,8 +169,9 @@ RE_EXPORT int ReDetectNearest(const ReImage* image, int32_t x, int32_t y, int32_
 
 /*
  * Takes the red out of every region of the list on image (the full-size photo): inside each
- * pupil red falls to the level of green and blue, with a soft edge toward the iris; white
- * highlights and every pixel outside the regions stay exactly as they are. Regions found twice
+ * pupil red falls to the weaker of green and blue, with a soft edge toward the iris; white
+ * highlights, non-red pixels and every pixel outside the regions (the circle and the box) stay
+ * exactly as they are. Regions found twice
  * are corrected once. The reserved arguments are 0. Returns RE_OK when a region was corrected,
  * RE_NOT_FOUND for an empty list, or an error.
  */

@@ -108,16 +108,14 @@ public slots:
             return photo;
         }
         photo = photo.convertToFormat(QImage::Format_RGB32);
-        if (photo.isNull()) {
-            // The copy could not be allocated: the photo goes back as it came.
+        const QImage detection = photo.isNull() ? QImage()
+                                                : photo.scaled(kDetectionSize, Qt::KeepAspectRatio, Qt::SmoothTransformation)
+                                                      .convertToFormat(QImage::Format_RGB32);
+        // Copies too large to allocate: the photo goes back as it came.
+        if (detection.isNull())
             photo = sourceImage();
-        } else {
-            QImage detection = photo.scaled(kDetectionSize, Qt::KeepAspectRatio, Qt::SmoothTransformation)
-                                   .convertToFormat(QImage::Format_RGB32);
-            // A photo so narrow that its detection copy has no pixels has no eyes to find.
-            if (!detection.isNull())
-                myRemoved = removeRedEyes(&photo, &detection);
-        }
+        else
+            myRemoved = removeRedEyes(&photo, detection);
         disconnectProgressSignalizer();
         emit finished(false);
         return photo;
@@ -135,15 +133,15 @@ protected:
 
 private:
     // Detects on detection, corrects photo in place; true when the library corrected something.
-    bool removeRedEyes(QImage* photo, QImage* detection) const
+    bool removeRedEyes(QImage* photo, QImage detection) const
     {
-        ReImage detectionRecord = imageRecord(detection);
+        ReImage detectionRecord = imageRecord(&detection);
         detectionRecord.fullWidth = photo->width();
         detectionRecord.fullHeight = photo->height();
         ReImage correctionRecord = imageRecord(photo);
         const ReOptions options{int32_t(sizeof(ReOptions)), &correctionRecord};
 
-        const ScaledRegion scaled = scaledRegion(myRegion, photo->size(), detection->size());
+        const ScaledRegion scaled = scaledRegion(myRegion, photo->size(), detection.size());
         auto* corners = static_cast<int32_t*>(std::malloc(4 * sizeof(int32_t)));
         if (corners) {
             corners[0] = myRegion.left();

@@ -57,10 +57,15 @@ struct PatchRule
     double maxRingScoreRate; // the ring's mean redScore over the patch's
 };
 const PatchRule kStrictPatch{kStrictBit, 1.5, 0.45, 60, 0.10, 0.30};
-// What only the sensitive pass sees has to be rounder and stand out more clearly.
+// What only the sensitive pass sees has to be rounder and stand out more clearly, unless the
+// user pointed at it.
 const PatchRule kSensitivePatch{kSensitiveBit, 1.35, 0.55, 45, 0.05, 0.20};
+const PatchRule kSensitivePatchNearPoint{kSensitiveBit, 1.5, 0.45, 45, 0.10, 0.30};
 
+// The smallest patch a search of the whole image or of a rectangle takes for a pupil, and the
+// smallest one next to a clicked point: there the user has said that an eye is near.
 const int kMinArea = 5;
+const int kMinAreaNearPoint = 2;
 const int kLargeRadiusDivisor = 12;
 const int kSmallRadiusDivisor = 40;
 const double kPi = 3.14159265358979323846;
@@ -81,6 +86,12 @@ struct Box
         return Box{std::max(0, left - margin), std::max(0, top - margin), std::min(view.width - 1, right + margin),
                    std::min(view.height - 1, bottom + margin)};
     }
+};
+
+struct SearchLimits
+{
+    double maxRadius;
+    bool nearPoint;
 };
 
 struct Candidate
@@ -315,18 +326,19 @@ double elongation(const Patch& patch)
 }
 
 // The patch as a pupil, or a candidate with confidence 0 when it is none.
-Candidate judgePatch(const RedMap& map, const Patch& patch, const PatchRule& rule, double maxRadius)
+Candidate judgePatch(const RedMap& map, const Patch& patch, const PatchRule& rule, const SearchLimits& limits)
 {
     Candidate candidate;
     const int w = patch.box.width();
     const int h = patch.box.height();
-    if (patch.cut || patch.area < kMinArea)
+    if (patch.cut || patch.area < (limits.nearPoint ? kMinAreaNearPoint : kMinArea))
         return candidate;
     const double boxRadius = 0.25 * (w + h);
     const double areaRadius = std::sqrt(patch.area / kPi);
-    if (areaRadius > maxRadius || 0.5 * std::max(w, h) > 1.5 * maxRadius)
+    if (areaRadius > limits.maxRadius || 0.5 * std::max(w, h) > 1.5 * limits.maxRadius)
         return candidate;
-    if (elongation(patch) > rule.maxElongation)
+    // Two or three pixels show no shape.
+    if (patch.area >= 4 && elongation(patch) > rule.maxElongation)
         return candidate;
     if (patch.area < rule.minFill * w * h)
         return candidate;
@@ -379,7 +391,7 @@ double maxPupilRadius(const ImageView& view, uint32_t flags)
 
 // Every pupil with its centre in one of the areas, found by the passes flags asks for.
 std::vector<Candidate> findPupils(const ImageView& view, const std::vector<Box>& areas, uint32_t flags,
-                                  double maxRadius)
+                                  const SearchLimits& limits)
 {
     std::vector<Candidate> candidates;
     Box bounds;
@@ -392,16 +404,17 @@ std::vector<Candidate> findPupils(const ImageView& view, const std::vector<Box>&
     }
     if (bounds.isEmpty())
         return candidates;
-    const RedMap map(view, bounds.grownBy(int(std::ceil(4.0 * maxRadius)) + 3, view));
+    const RedMap map(view, bounds.grownBy(int(std::ceil(4.0 * limits.maxRadius)) + 3, view));
     const auto inAreas = [&areas](const Candidate& c) {
         return std::any_of(areas.begin(), areas.end(), [&c](const Box& a) { return a.contains(c.centerX, c.centerY); });
     };
-    for (const PatchRule* rule : {&kStrictPatch, &kSensitivePatch}) {
+    const PatchRule& sensitive = limits.nearPoint ? kSensitivePatchNearPoint : kSensitivePatch;
+    for (const PatchRule* rule : {&kStrictPatch, &sensitive}) {
         const uint32_t pass = rule == &kStrictPatch ? RE_PASS_STRICT : RE_PASS_SENSITIVE;
         if (!(flags & pass))
             continue;
         for (const Patch& patch : patchesOf(map, rule->pixelBit)) {
-            const Candidate candidate = judgePatch(map, patch, *rule, maxRadius);
+            const Candidate candidate = judgePatch(map, patch, *rule, limits);
             if (candidate.confidence > 0 && inAreas(candidate))
                 addCandidate(&candidates, candidate);
         }
@@ -484,7 +497,7 @@ int detectAuto(const ImageView& view, const ReRegionHint* hint, uint32_t flags, 
         if (hint->shape == RE_SHAPE_SQUARE && hint->rectCount == 1 && !areas.front().isEmpty())
             maxRadius = std::min(maxRadius, 0.5 * std::min(areas.front().width(), areas.front().height()) + 1.0);
     }
-    const std::vector<Candidate> candidates = findPupils(view, areas, flags, maxRadius);
+    const std::vector<Candidate> candidates = findPupils(view, areas, flags, SearchLimits{maxRadius, false});
     if (!report(view, candidates, found))
         return RE_NO_MEMORY;
     return candidates.empty() ? RE_NOT_FOUND : RE_OK;
@@ -495,15 +508,43 @@ double distanceToEdge(const Candidate& c, double x, double y)
     return std::max(0.0, std::hypot(c.centerX - x, c.centerY - y) - c.radius);
 }
 
+// The part of the image within half a side of (x, y), or an empty box.
+Box squareAround(const ImageView& view, double x, double y, double halfSide)
+{
+    const double left = std::max(0.0, std::floor(x - halfSide));
+    const double top = std::max(0.0, std::floor(y - halfSide));
+    const double right = std::min(view.width - 1.0, std::floor(x + halfSide));
+    const double bottom = std::min(view.height - 1.0, std::floor(y + halfSide));
+    if (right < left || bottom < top)
+        return Box();
+    return Box{int(left), int(top), int(right), int(bottom)};
+}
+
+// The other eye of the face: alike in size, 2.5 to 12 pupil widths away. Pupil widths here are
+// sums of the two radii.
+const Candidate* partnerOf(const Candidate& pupil, const std::vector<Candidate>& candidates)
+{
+    const Candidate* partner = nullptr;
+    for (const Candidate& c : candidates) {
+        const double apart = std::hypot(c.centerX - pupil.centerX, c.centerY - pupil.centerY);
+        const double widths = apart / (c.radius + pupil.radius);
+        const double larger = std::max(c.radius, pupil.radius);
+        const double smaller = std::min(c.radius, pupil.radius);
+        if (larger > 2.0 * smaller + 1.0 || widths < 2.5 || widths > 12.0)
+            continue;
+        if (!partner || c.confidence > partner->confidence)
+            partner = &c;
+    }
+    return partner;
+}
+
 int detectNearest(const ImageView& view, double x, double y, int radius, uint32_t flags, ReListHead* found)
 {
-    // Far enough to see the partner of a pupil at the edge of the search.
-    const int reach = 2 * radius;
-    const Box area = Box{int(std::floor(x)) - reach, int(std::floor(y)) - reach, int(std::floor(x)) + reach,
-                         int(std::floor(y)) + reach}.grownBy(0, view);
-    if (area.isEmpty() || area.left > area.right)
+    const SearchLimits limits{maxPupilRadius(view, flags), true};
+    const Box around = squareAround(view, x, y, radius);
+    if (around.isEmpty())
         return RE_NOT_FOUND;
-    const std::vector<Candidate> candidates = findPupils(view, {area}, flags, maxPupilRadius(view, flags));
+    const std::vector<Candidate> candidates = findPupils(view, {around}, flags, limits);
     const Candidate* nearest = nullptr;
     for (const Candidate& c : candidates) {
         if (distanceToEdge(c, x, y) <= radius && (!nearest || distanceToEdge(c, x, y) < distanceToEdge(*nearest, x, y)))
@@ -512,20 +553,11 @@ int detectNearest(const ImageView& view, double x, double y, int radius, uint32_
     if (!nearest)
         return RE_NOT_FOUND;
     std::vector<Candidate> chosen{*nearest};
-    const Candidate* partner = nullptr;
-    for (const Candidate& c : candidates) {
-        if (&c == nearest)
-            continue;
-        const double apart = std::hypot(c.centerX - nearest->centerX, c.centerY - nearest->centerY);
-        const double larger = std::max(c.radius, nearest->radius);
-        const double smaller = std::min(c.radius, nearest->radius);
-        // Two eyes of one face: alike in size, several pupil widths apart.
-        if (larger > 2.0 * smaller + 1.0 || apart > radius || apart < 2.5 * (c.radius + nearest->radius))
-            continue;
-        if (!partner || c.confidence > partner->confidence)
-            partner = &c;
-    }
-    if (partner)
+    // A partner may be up to twice as large: 12 widths of (1 + 2) radii and one pixel away.
+    const double partnerReach = 12.0 * (3.0 * nearest->radius + 1.0);
+    const std::vector<Candidate> others =
+        findPupils(view, {squareAround(view, nearest->centerX, nearest->centerY, partnerReach)}, flags, limits);
+    if (const Candidate* partner = partnerOf(*nearest, others))
         chosen.push_back(*partner);
     if (!report(view, chosen, found))
         return RE_NO_MEMORY;
@@ -567,12 +599,12 @@ int ReDetectNearest(const ReImage* image, int32_t x, int32_t y, int32_t radius, 
     ImageView view;
     if (!found || !viewImage(image, &view) || radius < 0)
         return finish(call, RE_BAD_ARGUMENT, found);
-    // A point or radius beyond the image is clamped so that the search box stays meaningful.
+    // A point or radius far beyond the image is clamped, to keep the arithmetic in range.
     const double px = std::clamp(double(x), -1.0 * view.width, 2.0 * view.width) + 0.5;
     const double py = std::clamp(double(y), -1.0 * view.height, 2.0 * view.height) + 0.5;
-    const int reachLimit = std::max(view.width, view.height);
+    const int radiusLimit = 3 * std::max(view.width, view.height);
     try {
-        return finish(call, detectNearest(view, px, py, std::min(radius, reachLimit), flags, found), found);
+        return finish(call, detectNearest(view, px, py, std::min(radius, radiusLimit), flags, found), found);
     } catch (const std::bad_alloc&) {
         return finish(call, RE_NO_MEMORY, found);
     }

@@ -159,10 +159,11 @@ RE_EXPORT int ReDetectAutoEx(const ReImage* image, const ReOptions* options, con
 
 /*
  * The pupil nearest to (x, y), given in the image's own (reduced) coordinates, whose edge lies
- * within radius pixels of the point; and, when there is one, its partner: a pupil of similar
- * size within radius pixels of the first, as the other eye of the same face. The effect passes
- * radius 75, which on its 1024 x 768 detection copy is well beyond a click's inaccuracy and
- * takes in the other eye of any face small enough to have red eyes at that scale.
+ * within radius pixels of the point; and, when there is one, its partner, the other eye of the
+ * face: a pupil at most twice as large (or small) 2.5 to 12 pupil widths away. Near a point
+ * smaller and paler patches count than in ReDetectAutoEx: the user has said that an eye is
+ * there. The effect passes radius 75, which on its 1024 x 768 detection copy is well beyond the
+ * inaccuracy of a click.
  */
 RE_EXPORT int ReDetectNearest(const ReImage* image, int32_t x, int32_t y, int32_t radius, int32_t reserved1,
                               int32_t reserved2, uint32_t flags, ReListHead* found);

@@ -20,6 +20,7 @@
 #include "ZelImageProcessorTint.h"
 // geometry
 #include "ZelImageProcessorCut.h"
+#include "ZelImageProcessorRedEyeRemoval.h"
 #include "ZelImageProcessorRotate.h"
 #include "ZelImageProcessorScale.h"
 #include "ZelImageProcessorShift.h"
@@ -78,6 +79,7 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorCut::staticMetaObject,
     &ZelImageProcessorScale::staticMetaObject,
     &ZelImageProcessorShift::staticMetaObject,
+    &ZelImageProcessorRedEyeRemoval::staticMetaObject,
     // distortion
     &ZelImageProcessorRipple::staticMetaObject,
     &ZelImageProcessorSplash::staticMetaObject,

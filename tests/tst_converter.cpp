@@ -8,6 +8,7 @@
 #include "ZelEffectRegistry.h"
 #include "ZelImageProcessor.h"
 #include "ZelImageProcessorImpl_p.h"
+#include "ZelImageProcessorRedEyeRemoval.h"
 #include "ZelPhotoConverter.h"
 
 #include <QElapsedTimer>
@@ -15,7 +16,9 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+#include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -196,7 +199,70 @@ private:
     bool myOpen;
 };
 
-enum class Job { Rotate90, Rotate180, Cut, Effect };
+// Skin with two eyes of pupil radius 6 at (110.5, 100.5) and (210.5, 100.5): a white, a brown
+// iris of 1.9 radii, a red pupil with a white highlight. Hard edges.
+const double eyeRadius = 6.0;
+const QPointF eyeCentres[2] = {{110.5, 100.5}, {210.5, 100.5}};
+
+QImage redEyedFace()
+{
+    QImage image(320, 240, QImage::Format_RGB32);
+    image.fill(qRgb(205, 165, 145));
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            for (const QPointF& centre : eyeCentres) {
+                const double dx = x + 0.5 - centre.x();
+                const double dy = y + 0.5 - centre.y();
+                const double r = eyeRadius;
+                if (std::pow(dx / (3.4 * r), 2) + std::pow(dy / (2.0 * r), 2) <= 1.0)
+                    image.setPixel(x, y, qRgb(235, 230, 225));
+                if (std::hypot(dx, dy) <= 1.9 * r)
+                    image.setPixel(x, y, qRgb(95, 70, 50));
+                if (std::hypot(dx, dy) <= r)
+                    image.setPixel(x, y, qRgb(200, 30, 35));
+                if (std::hypot(dx + 0.4 * r, dy + 0.4 * r) <= 0.25 * r)
+                    image.setPixel(x, y, qRgb(250, 250, 250));
+            }
+        }
+    }
+    return image;
+}
+
+// The mean of R / (G + B) over the pixels whose centres lie within the pupil.
+double pupilRedness(const QImage& image, const QPointF& centre)
+{
+    double sum = 0;
+    int count = 0;
+    for (int y = int(centre.y() - eyeRadius); y <= int(centre.y() + eyeRadius); ++y) {
+        for (int x = int(centre.x() - eyeRadius); x <= int(centre.x() + eyeRadius); ++x) {
+            if (std::hypot(x + 0.5 - centre.x(), y + 0.5 - centre.y()) > eyeRadius)
+                continue;
+            const QRgb pixel = image.pixel(x, y);
+            sum += double(qRed(pixel)) / qMax(1, qGreen(pixel) + qBlue(pixel));
+            ++count;
+        }
+    }
+    return sum / count;
+}
+
+// Whether the images differ anywhere farther than two pupil radii from the given eyes.
+bool changedAwayFrom(const QImage& before, const QImage& after, const QVector<QPointF>& centres)
+{
+    for (int y = 0; y < before.height(); ++y) {
+        for (int x = 0; x < before.width(); ++x) {
+            if (before.pixel(x, y) == after.pixel(x, y))
+                continue;
+            const bool near = std::any_of(centres.begin(), centres.end(), [x, y](const QPointF& centre) {
+                return std::hypot(x + 0.5 - centre.x(), y + 0.5 - centre.y()) <= 2.0 * eyeRadius;
+            });
+            if (!near)
+                return true;
+        }
+    }
+    return false;
+}
+
+enum class Job { Rotate90, Rotate180, Cut, Effect, RedEyeFlagFalse, RedEyeFlagTrue };
 
 // Starts the job on converter, on its thread or on this one.
 void startJob(ZelPhotoConverter* converter, Job job, bool threaded)
@@ -217,6 +283,13 @@ void startJob(ZelPhotoConverter* converter, Job job, bool threaded)
         threaded ? converter->applyImageProcessorThreaded(probe) : converter->applyImageProcessor(probe);
         break;
     }
+    case Job::RedEyeFlagFalse:
+    case Job::RedEyeFlagTrue: {
+        const QRect region(5, 6, 100, 130);
+        const bool flag = job == Job::RedEyeFlagTrue;
+        threaded ? converter->removeRedEyeThreaded(region, flag) : converter->removeRedEye(region, flag);
+        break;
+    }
     }
 }
 
@@ -235,6 +308,8 @@ private slots:
     void threadedArguments_data();
     void threadedArguments();
     void sharedStaticArguments();
+    void redEyeJob_data();
+    void redEyeJob();
     void guards_data();
     void guards();
     void effectRunsOnTheJobThreadAndProgressOnTheConverters();
@@ -320,6 +395,11 @@ void TestConverter::threadedArguments_data()
     // Inclusive corners, not x, y, width, height.
     QTest::newRow("cut") << Job::Cut << int(ZelPhotoConverter::CutJob) << QVector<double>{10.0, 20.0, 109.0, 219.0};
     QTest::newRow("effect") << Job::Effect << int(ZelPhotoConverter::ImageProcessorJob) << QVector<double>();
+    // x, y, width, height, and the flag as 1.0 or -1.0.
+    QTest::newRow("red eye, flag false") << Job::RedEyeFlagFalse << int(ZelPhotoConverter::RemoveRedEyeJob)
+                                         << QVector<double>{5.0, 6.0, 100.0, 130.0, -1.0};
+    QTest::newRow("red eye, flag true") << Job::RedEyeFlagTrue << int(ZelPhotoConverter::RemoveRedEyeJob)
+                                        << QVector<double>{5.0, 6.0, 100.0, 130.0, 1.0};
 }
 
 void TestConverter::threadedArguments()
@@ -362,7 +442,7 @@ void TestConverter::sharedStaticArguments()
     QCOMPARE(first.getPhoto(), rotated180(photo));
 
     // One array per operation, whichever converter asks.
-    for (const Job job : {Job::Rotate90, Job::Cut}) {
+    for (const Job job : {Job::Rotate90, Job::Cut, Job::RedEyeFlagFalse}) {
         InspectedConverter third(false);
         InspectedConverter fourth(false);
         startJob(&third, job, true);
@@ -370,6 +450,55 @@ void TestConverter::sharedStaticArguments()
         QVERIFY(third.recordedArguments);
         QCOMPARE(third.recordedArguments, fourth.recordedArguments);
     }
+}
+
+void TestConverter::redEyeJob_data()
+{
+    QTest::addColumn<QImage>("photo");
+    QTest::addColumn<QRect>("region");
+    QTest::addColumn<QVector<int>>("corrected"); // indexes into eyeCentres
+
+    const QImage face = redEyedFace();
+    const QImage grey = face.convertToFormat(QImage::Format_Grayscale8).convertToFormat(QImage::Format_RGB32);
+    for (const bool threaded : {false, true}) {
+        const char* how = threaded ? "threaded" : "synchronous";
+        QTest::addRow("%s whole photo", how) << face << QRect() << QVector<int>{0, 1};
+        // x, y, width, height: 170..239 x 85..115 holds the right eye only; read with x and y or
+        // width and height exchanged, or as corners, it would hold no eye.
+        QTest::addRow("%s rectangle around the right eye", how) << face << QRect(170, 85, 70, 31) << QVector<int>{1};
+        QTest::addRow("%s grey photo", how) << grey << QRect() << QVector<int>();
+    }
+}
+
+void TestConverter::redEyeJob()
+{
+    QFETCH(QImage, photo);
+    QFETCH(QRect, region);
+    QFETCH(QVector<int>, corrected);
+    const bool threaded = QByteArray(QTest::currentDataTag()).startsWith("threaded");
+
+    ZelPhotoConverter converter;
+    converter.setPhoto(photo, QString());
+    JobWatcher watcher(&converter);
+    threaded ? converter.removeRedEyeThreaded(region, false) : converter.removeRedEye(region, false);
+    if (threaded)
+        QVERIFY(watcher.waitForJob());
+
+    const QImage result = converter.getPhoto();
+    QCOMPARE(result.format(), QImage::Format_ARGB32);
+    QCOMPARE(result.size(), photo.size());
+    QVector<QPointF> correctedCentres;
+    for (int eye = 0; eye < 2; ++eye) {
+        const double before = pupilRedness(photo, eyeCentres[eye]);
+        const double after = pupilRedness(result, eyeCentres[eye]);
+        if (corrected.contains(eye)) {
+            correctedCentres << eyeCentres[eye];
+            QVERIFY2(after < 0.6, qPrintable(QStringLiteral("eye %1: %2").arg(eye).arg(after)));
+        } else {
+            QCOMPARE(after, before);
+        }
+    }
+    QVERIFY(!changedAwayFrom(photo, result, correctedCentres));
 }
 
 void TestConverter::guards_data()

@@ -1,5 +1,6 @@
 #include "ZelPhotoConverter.h"
 
+#include "ZelImageProcessorRedEyeRemoval.h"
 #include "ZelPixelMath_p.h"
 
 #include <QMatrix>
@@ -60,6 +61,25 @@ void ZelPhotoConverter::cutThreaded(const QRect& rect)
     arguments[2] = rect.right();
     arguments[3] = rect.bottom();
     startJob(CutJob, arguments);
+}
+
+void ZelPhotoConverter::removeRedEye(const QRect& region, bool flag)
+{
+    const QSharedPointer<ZelImageProcessorRedEyeRemoval> redEye(new ZelImageProcessorRedEyeRemoval(myPhoto));
+    redEye->setParameters(region, flag);
+    applyImageProcessor(redEye);
+}
+
+void ZelPhotoConverter::removeRedEyeThreaded(const QRect& region, bool flag)
+{
+    // Shared by every converter on purpose (see the class comment).
+    static double arguments[5];
+    arguments[0] = region.x();
+    arguments[1] = region.y();
+    arguments[2] = region.width();
+    arguments[3] = region.height();
+    arguments[4] = flag ? 1.0 : -1.0;
+    startJob(RemoveRedEyeJob, arguments);
 }
 
 void ZelPhotoConverter::applyImageProcessor(QSharedPointer<ZelImageProcessor> processor)
@@ -139,6 +159,10 @@ void ZelPhotoConverter::processImage()
     switch (myJob) {
     case RotateJob:
         rotateByDegrees(zelTruncToInt(a[0]));
+        break;
+    case RemoveRedEyeJob:
+        removeRedEye(QRect(zelTruncToInt(a[0]), zelTruncToInt(a[1]), zelTruncToInt(a[2]), zelTruncToInt(a[3])),
+                     a[4] > 0.0);
         break;
     case CutJob:
         cut(QRect(QPoint(zelTruncToInt(a[0]), zelTruncToInt(a[1])), QPoint(zelTruncToInt(a[2]), zelTruncToInt(a[3]))));

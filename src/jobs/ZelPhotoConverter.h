@@ -19,7 +19,8 @@
 // An effect's progress reaches this object's thread through a queued connection and leaves it as
 // progress(int, int) followed by processName(title, step), so both arrive where the converter
 // lives (the thread that created it) once that thread's event loop runs. cancel() is passed on to
-// the running effect; rotations and cuts have no effect object and cannot be cancelled.
+// the running effect; rotations and cuts have no effect object and cannot be cancelled, and neither
+// can a threaded red-eye job (see removeRedEye()).
 //
 // Deliberately unlocked, as the application uses it: the threaded operations keep their arguments
 // in one function-local static array per operation, shared by every converter, so starting the
@@ -57,6 +58,11 @@ public:
     // QImage::copy() of rect: parts outside the photo are filled with zeros.
     void cut(const QRect& rect);
     void cutThreaded(const QRect& rect);
+    // Runs a ZelImageProcessorRedEyeRemoval on the photo with setParameters(region, flag). The
+    // threaded job creates that effect on its own thread, which runs no event loop, so a cancel
+    // (queued to the effect's thread) does not reach it; the effect polls none anyway.
+    void removeRedEye(const QRect& region, bool flag);
+    void removeRedEyeThreaded(const QRect& region, bool flag);
     // Gives the effect the photo as its source; the result is its result() as Format_ARGB32.
     // A null effect gives a null result.
     void applyImageProcessor(QSharedPointer<ZelImageProcessor> processor);

@@ -23,6 +23,7 @@
 #include <QtTest>
 
 #include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <memory>
 
@@ -278,6 +279,8 @@ private slots:
     void applyExitStatus();
     void applyMatchesLibrary_data();
     void applyMatchesLibrary();
+    void callTakesFourNumbersForARect_data();
+    void callTakesFourNumbersForARect();
     void trace_data();
     void trace();
     void cancelAfter_data();
@@ -925,6 +928,51 @@ void TestZelfx::applyMatchesLibrary()
     const ToolRun run = zelfx(expand(QStringList{"apply", effect, "{in}", "{out}"} + options));
     QCOMPARE(run.exitCode, int(ExitSuccess));
     QCOMPARE(loadArgb(path(QStringLiteral("out.png"))), image.convertToFormat(QImage::Format_ARGB32));
+    QFile::remove(path(QStringLiteral("out.png")));
+}
+
+void TestZelfx::callTakesFourNumbersForARect_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QRect>("region");
+    QTest::addColumn<bool>("corrected");
+
+    // The red pupil sits at (60, 50).
+    QTest::newRow("whole photo") << QStringList() << QRect() << true;
+    QTest::newRow("rectangle around the eye") << QStringList{"--call", "setParameters(40,30,40,40,false)"}
+                                              << QRect(40, 30, 40, 40) << true;
+    QTest::newRow("rectangle elsewhere") << QStringList{"--call", "setParameters(150, 100, 40, 40, true)"}
+                                         << QRect(150, 100, 40, 40) << false;
+    QTest::newRow("point on the eye") << QStringList{"--call", "setParameters(60,50,1,1,false)"} << QRect(60, 50, 1, 1)
+                                      << true;
+}
+
+void TestZelfx::callTakesFourNumbersForARect()
+{
+    QFETCH(QStringList, options);
+    QFETCH(QRect, region);
+    QFETCH(bool, corrected);
+
+    QImage eye(200, 150, QImage::Format_RGB32);
+    for (int y = 0; y < eye.height(); ++y) {
+        for (int x = 0; x < eye.width(); ++x) {
+            const double d = std::hypot(x + 0.5 - 60.5, y + 0.5 - 50.5);
+            eye.setPixel(x, y, d <= 4 ? qRgb(200, 30, 35) : d <= 7 ? qRgb(95, 70, 50) : qRgb(205, 165, 145));
+        }
+    }
+    QVERIFY(eye.save(path(QStringLiteral("eye.png"))));
+
+    const std::unique_ptr<ZelImageProcessor> effect(
+        ZelEffectRegistry::create(ZelEffectRegistry::find(QStringLiteral("RedEyeRemoval")), eye));
+    QVERIFY(effect);
+    if (!region.isNull())
+        QVERIFY(QMetaObject::invokeMethod(effect.get(), "setParameters", Q_ARG(QRect, region), Q_ARG(bool, false)));
+    const QImage expected = effect->result();
+    QCOMPARE(expected != eye, corrected);
+
+    const ToolRun run = zelfx(expand(QStringList{"apply", "RedEyeRemoval", "{dir}/eye.png", "{out}"} + options));
+    QCOMPARE(run.exitCode, int(ExitSuccess));
+    QCOMPARE(QImage(path(QStringLiteral("out.png"))).convertToFormat(QImage::Format_RGB32), expected);
     QFile::remove(path(QStringLiteral("out.png")));
 }
 

@@ -99,7 +99,6 @@ struct Candidate
     double centerX = 0; // image coordinates, pixel centres at .5
     double centerY = 0;
     double radius = 0;
-    Box box;
     int confidence = 0;
 };
 
@@ -124,7 +123,7 @@ public:
                 const int green = greenOf(pixel);
                 const int blue = blueOf(pixel);
                 const int other = std::max(green, blue);
-                const int score = std::max(0, red - other - std::abs(green - blue));
+                const int score = redScore(pixel);
                 scores[x] = uint8_t(score);
                 const bool sensitive = (score >= kSensitivePixel.minScore) & (red * 10 >= other * kSensitivePixel.ratioTenths);
                 const bool strict = (score >= kStrictPixel.minScore) & (red * 10 >= other * kStrictPixel.ratioTenths);
@@ -360,7 +359,6 @@ Candidate judgePatch(const RedMap& map, const Patch& patch, const PatchRule& rul
     candidate.centerX = cx;
     candidate.centerY = cy;
     candidate.radius = radius;
-    candidate.box = patch.box;
     const double standOut = 1.0 - ringScore / meanScore;
     candidate.confidence = std::clamp(int(meanScore / 2.0 * standOut * (1.0 - redShare)), 1, 100);
     return candidate;

@@ -20,8 +20,8 @@
  * Pixels are 32-bit words 0xffRRGGBB in the machine's byte order (Qt's QImage::Format_RGB32);
  * the top byte is ignored and never written.
  *
- * Threads: the library keeps no shared state; calls on different images and lists may run on
- * different threads at the same time.
+ * Threads: the library keeps no shared state (the call trace it keeps for tests is per thread);
+ * calls on different images and lists may run on different threads at the same time.
  */
 
 #include <stdint.h>

@@ -2,11 +2,12 @@
 # Debian packages the build needs are installed.
 BUILD_DIR ?= build
 ASAN_DIR  ?= build-asan
+TSAN_DIR  ?= build-tsan
 PREFIX    ?= /usr/local
 JOBS      ?= $(shell nproc)
 ZELFX      = $(BUILD_DIR)/tools/zelfx/zelfx
 
-.PHONY: all deps build demo test test-asan bench install clean
+.PHONY: all deps build demo test test-asan test-tsan bench install clean
 
 all: build
 
@@ -29,6 +30,18 @@ test-asan: deps
 	@cmake --build $(ASAN_DIR) -j $(JOBS)
 	@cd $(ASAN_DIR) && ctest --output-on-failure -j $(JOBS)
 
+# The suites whose effects and jobs compute on more than one thread: the photo converter, cancels
+# from another thread, ImageMagick started from several threads, libRedEye's per-thread trace,
+# zelfx apply --threaded.
+TSAN_TESTS = tst_converter tst_simple tst_magick tst_artistic tst_redeye tst_zelfx
+empty :=
+space := $(empty) $(empty)
+
+test-tsan: deps
+	@cmake -S . -B $(TSAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE_THREAD=ON >/dev/null
+	@cmake --build $(TSAN_DIR) -j $(JOBS) --target $(TSAN_TESTS)
+	@cd $(TSAN_DIR) && ctest --output-on-failure -j $(JOBS) -R '^($(subst $(space),|,$(TSAN_TESTS)))$$'
+
 bench: build
 	@ZEL_TOOLKIT_BENCH=$(BUILD_DIR)/bench/zel_toolkit_bench bash bench/run.sh $(ZELFX)
 
@@ -36,4 +49,4 @@ install: build
 	@cmake --install $(BUILD_DIR) --prefix $(PREFIX)
 
 clean:
-	@rm -rf $(BUILD_DIR) $(ASAN_DIR)
+	@rm -rf $(BUILD_DIR) $(ASAN_DIR) $(TSAN_DIR)

@@ -23,6 +23,8 @@
 #include <QtTest>
 
 #include <algorithm>
+#include <cmath>
+#include <csignal>
 #include <memory>
 
 class ZelImageProcessorToolProbe;
@@ -277,6 +279,8 @@ private slots:
     void applyExitStatus();
     void applyMatchesLibrary_data();
     void applyMatchesLibrary();
+    void callTakesFourNumbersForARect_data();
+    void callTakesFourNumbersForARect();
     void trace_data();
     void trace();
     void cancelAfter_data();
@@ -287,6 +291,9 @@ private slots:
     void chainErrors();
     void chainTrace_data();
     void chainTrace();
+    void threadedCancelAfter();
+    void interruptCancelsThreadedRun();
+    void progressBarOnTerminal_data();
     void progressBarOnTerminal();
     void time();
     void optionErrors_data();
@@ -325,6 +332,9 @@ void TestZelfx::initTestCase()
     QVERIFY(myInput.save(path(QStringLiteral("in.png"))));
     QVERIFY(myOther.save(path(QStringLiteral("other.png"))));
     QVERIFY(colourImage(4, 3).save(path(QStringLiteral("rows3.png"))));
+    // ExampleGrayscale pauses 100 ms every 50 rows: 0.4 s and 6 s of pauses.
+    QVERIFY(colourImage(4, 200).save(path(QStringLiteral("rows200.png"))));
+    QVERIFY(colourImage(4, 3000).save(path(QStringLiteral("rows3000.png"))));
     QVERIFY(writeFile(path(QStringLiteral("notanimage.png")), "plain text"));
     QVERIFY(writeFile(path(QStringLiteral("malformed.xml")), "<zelfx effect=\"x\"><unclosed></zelfx>"));
     QVERIFY(QDir(myDir.path()).mkpath(QStringLiteral("pageblocked/index.html")));
@@ -762,6 +772,12 @@ void TestZelfx::usageErrors_data()
                                              << "--section expects X,Y,W,H";
     QTest::newRow("--preview with --section") << apply + QStringList{"--preview", "4x4", "--section", "0,0,2,2"}
                                               << "--preview and --section exclude each other";
+    QTest::newRow("--threaded with --preview") << apply + QStringList{"--threaded", "--preview", "4x4"}
+                                               << "--threaded computes the full result; it excludes --preview and --section";
+    QTest::newRow("--section with --threaded") << apply + QStringList{"--section", "0,0,2,2", "--threaded"}
+                                               << "--threaded computes the full result; it excludes --preview and --section";
+    QTest::newRow("bench takes no --threaded") << QStringList{"bench", "FlipHorizontal", "--threaded"}
+                                               << "unknown option --threaded for bench";
     QTest::newRow("--cancel-after 0") << apply + QStringList{"--cancel-after", "0"}
                                       << "--cancel-after expects a positive whole number";
     QTest::newRow("settings takes no run options") << QStringList{"settings", "FlipHorizontal", "--trace"}
@@ -792,6 +808,7 @@ void TestZelfx::help()
     QCOMPARE(run.exitCode, int(ExitSuccess));
     QVERIFY(run.out.startsWith(QLatin1String("usage: zelfx")));
     QVERIFY(run.out.contains(QLatin1String("--cancel-after N")));
+    QVERIFY(run.out.contains(QLatin1String("--threaded")));
 }
 
 void TestZelfx::unknownEffect_data()
@@ -876,6 +893,10 @@ void TestZelfx::applyMatchesLibrary_data()
                                   << Expected::GaussCall;
     QTest::newRow("image argument") << "FlipHorizontal" << QStringList{"--call", "setSourceImage({other})"}
                                     << Expected::SourceCall;
+    QTest::newRow("threaded") << "FlipHorizontal" << QStringList{"--threaded"} << Expected::Result;
+    QTest::newRow("threaded typed setter") << "ExampleGauss"
+                                           << QStringList{"--threaded", "--call", "setSigmaAndBoxSize(2.0, 1)"}
+                                           << Expected::GaussCall;
 }
 
 void TestZelfx::applyMatchesLibrary()
@@ -916,6 +937,51 @@ void TestZelfx::applyMatchesLibrary()
     QFile::remove(path(QStringLiteral("out.png")));
 }
 
+void TestZelfx::callTakesFourNumbersForARect_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QRect>("region");
+    QTest::addColumn<bool>("corrected");
+
+    // The red pupil sits at (60, 50).
+    QTest::newRow("whole photo") << QStringList() << QRect() << true;
+    QTest::newRow("rectangle around the eye") << QStringList{"--call", "setParameters(40,30,40,40,false)"}
+                                              << QRect(40, 30, 40, 40) << true;
+    QTest::newRow("rectangle elsewhere") << QStringList{"--call", "setParameters(150, 100, 40, 40, true)"}
+                                         << QRect(150, 100, 40, 40) << false;
+    QTest::newRow("point on the eye") << QStringList{"--call", "setParameters(60,50,1,1,false)"} << QRect(60, 50, 1, 1)
+                                      << true;
+}
+
+void TestZelfx::callTakesFourNumbersForARect()
+{
+    QFETCH(QStringList, options);
+    QFETCH(QRect, region);
+    QFETCH(bool, corrected);
+
+    QImage eye(200, 150, QImage::Format_RGB32);
+    for (int y = 0; y < eye.height(); ++y) {
+        for (int x = 0; x < eye.width(); ++x) {
+            const double d = std::hypot(x + 0.5 - 60.5, y + 0.5 - 50.5);
+            eye.setPixel(x, y, d <= 4 ? qRgb(200, 30, 35) : d <= 7 ? qRgb(95, 70, 50) : qRgb(205, 165, 145));
+        }
+    }
+    QVERIFY(eye.save(path(QStringLiteral("eye.png"))));
+
+    const std::unique_ptr<ZelImageProcessor> effect(
+        ZelEffectRegistry::create(ZelEffectRegistry::find(QStringLiteral("RedEyeRemoval")), eye));
+    QVERIFY(effect);
+    if (!region.isNull())
+        QVERIFY(QMetaObject::invokeMethod(effect.get(), "setParameters", Q_ARG(QRect, region), Q_ARG(bool, false)));
+    const QImage expected = effect->result();
+    QCOMPARE(expected != eye, corrected);
+
+    const ToolRun run = zelfx(expand(QStringList{"apply", "RedEyeRemoval", "{dir}/eye.png", "{out}"} + options));
+    QCOMPARE(run.exitCode, int(ExitSuccess));
+    QCOMPARE(QImage(path(QStringLiteral("out.png"))).convertToFormat(QImage::Format_RGB32), expected);
+    QFile::remove(path(QStringLiteral("out.png")));
+}
+
 void TestZelfx::trace_data()
 {
     QTest::addColumn<QStringList>("arguments");
@@ -935,6 +1001,15 @@ void TestZelfx::trace_data()
                                 << QStringList{"finished\ttrue"};
     QTest::newRow("no trace without --trace") << QStringList{"apply", "ExampleGrayscale", "{dir}/rows3.png", "{out}"}
                                               << int(ExitSuccess) << QStringList();
+    // Through the converter's progress(int, int) and processName(...), in the same form.
+    QTest::newRow("threaded progress per row")
+        << QStringList{"apply", "ExampleGrayscale", "{dir}/rows3.png", "{out}", "--trace", "--threaded"}
+        << int(ExitSuccess)
+        << QStringList{"progress\tExample\t\t0\t2", "progress\tExample\t\t1\t2", "progress\tExample\t\t2\t2",
+                       "finished\ttrue"};
+    QTest::newRow("threaded, ImageMagick")
+        << QStringList{"apply", "Sepia", "{dir}/rows3.png", "{out}", "--trace", "--threaded"} << int(ExitSuccess)
+        << traceLines(zelfx(expand({"apply", "Sepia", "{dir}/rows3.png", "{out}", "--trace"})).err);
 }
 
 void TestZelfx::trace()
@@ -1091,14 +1166,69 @@ void TestZelfx::chainTrace()
     QFile::remove(path(QStringLiteral("out.png")));
 }
 
+// Threaded, the converter's progress arrives on the main thread some rows late: the cancel from
+// inside the first one lands while the example pauses at row 50, before its 200 rows are done.
+void TestZelfx::threadedCancelAfter()
+{
+    const QString input = path(QStringLiteral("rows200.png"));
+    const ToolRun run = zelfx(expand({"apply", "ExampleGrayscale", input, "{out}", "--trace", "--threaded",
+                                      "--cancel-after", "1"}));
+    QCOMPARE(run.exitCode, int(ExitSuccess));
+    const QStringList lines = traceLines(run.err);
+    QVERIFY2(lines.size() >= 2, qPrintable(run.err));
+    QCOMPARE(lines.first(), QStringLiteral("progress\tExample\t\t0\t199"));
+    // Emitted by the cancel on the main thread: rows the job did meanwhile may follow it.
+    QVERIFY(lines.contains(QStringLiteral("finished\tfalse")));
+    QVERIFY(!lines.contains(QStringLiteral("progress\tExample\t\t199\t199")));
+    QVERIFY(!lines.contains(QStringLiteral("finished\ttrue")));
+    QCOMPARE(loadArgb(path(QStringLiteral("out.png"))), loadArgb(input));
+    QFile::remove(path(QStringLiteral("out.png")));
+}
+
+void TestZelfx::interruptCancelsThreadedRun()
+{
+    const QString input = path(QStringLiteral("rows3000.png"));
+    QProcess process;
+    process.setProcessEnvironment(offscreenEnvironment());
+    process.setReadChannel(QProcess::StandardError);
+    QElapsedTimer timer;
+    timer.start();
+    process.start(QStringLiteral(ZELFX_PATH), expand({"apply", "ExampleGrayscale", input, "{out}", "--trace", "--threaded"}));
+    QByteArray err;
+    while (!err.contains("progress\t") && process.waitForReadyRead(processTimeoutMs))
+        err += process.readAllStandardError();
+    QVERIFY2(err.contains("progress\t"), err.constData());
+    QCOMPARE(::kill(pid_t(process.processId()), SIGINT), 0);
+    QVERIFY(process.waitForFinished(processTimeoutMs));
+    err += process.readAllStandardError();
+
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), int(ExitSuccess));
+    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+    const QString text = QString::fromUtf8(err);
+    QVERIFY2(text.contains(QLatin1String("zelfx: interrupted, cancelling the effect\n")), qPrintable(text));
+    QVERIFY(traceLines(text).contains(QStringLiteral("finished\tfalse")));
+    QVERIFY(!traceLines(text).contains(QStringLiteral("finished\ttrue")));
+    QCOMPARE(loadArgb(path(QStringLiteral("out.png"))), loadArgb(input));
+    QFile::remove(path(QStringLiteral("out.png")));
+}
+
+void TestZelfx::progressBarOnTerminal_data()
+{
+    QTest::addColumn<QString>("options");
+    QTest::newRow("direct") << QString();
+    QTest::newRow("threaded") << QStringLiteral(" --threaded");
+}
+
 void TestZelfx::progressBarOnTerminal()
 {
+    QFETCH(QString, options);
     const QString script = QStandardPaths::findExecutable(QStringLiteral("script"));
     if (script.isEmpty())
         QSKIP("needs script(1) for a pseudo-terminal");
-    const QString command = QStringLiteral("%1 apply ExampleGrayscale %2 %3")
+    const QString command = QStringLiteral("%1 apply ExampleGrayscale %2 %3%4")
                                 .arg(QStringLiteral(ZELFX_PATH), path(QStringLiteral("rows3.png")),
-                                     path(QStringLiteral("out.png")));
+                                     path(QStringLiteral("out.png")), options);
     const ToolRun run = runProgram(script, {QStringLiteral("-qec"), command, QStringLiteral("/dev/null")});
     QCOMPARE(run.exitCode, int(ExitSuccess));
     QVERIFY2(run.out.contains(QLatin1String("\r[###############               ]  50% Example")), qPrintable(run.out));
@@ -1383,14 +1513,16 @@ void TestZelfx::benchScript()
     QCOMPARE(run.exitCode, 0);
     const QStringList lines = run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     const QStringList benchmarked = zelfx({"list", "--bench"}).out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    QCOMPARE(lines.size(), benchmarked.size() + 1);
+    // A header, a row per effect, and the 13-tap Gaussian of the convolution.
+    QCOMPARE(lines.size(), benchmarked.size() + 2);
     QVERIFY(lines.first().contains(QLatin1String("ratio to memcpy")));
     const QRegularExpression row(
-        QStringLiteral("^(\\w+) +\\d+\\.\\d{3} +\\d+\\.\\d{3} +\\d+\\.\\d{2} +\\d+\\.\\d{2} +(\\d+\\.\\d{3}|-)$"));
-    for (int i = 0; i < benchmarked.size(); ++i) {
+        QStringLiteral("^(\\w+( 13-tap)?) +\\d+\\.\\d{3} +\\d+\\.\\d{3} +\\d+\\.\\d{2} +\\d+\\.\\d{2} +(\\d+\\.\\d{3}|-)$"));
+    const QStringList labels = benchmarked + QStringList{QStringLiteral("Convolution 13-tap")};
+    for (int i = 0; i < labels.size(); ++i) {
         const QRegularExpressionMatch match = row.match(lines.at(i + 1));
         QVERIFY2(match.hasMatch(), qPrintable(lines.at(i + 1)));
-        QCOMPARE(match.captured(1), benchmarked.at(i));
+        QCOMPARE(match.captured(1), labels.at(i));
     }
 }
 

@@ -25,6 +25,7 @@
 #include "ZelImageProcessorWeakContur.h"
 // geometry
 #include "ZelImageProcessorCut.h"
+#include "ZelImageProcessorRedEyeRemoval.h"
 #include "ZelImageProcessorRotate.h"
 #include "ZelImageProcessorScale.h"
 #include "ZelImageProcessorShift.h"
@@ -95,6 +96,7 @@ const QList<const QMetaObject*> kEffects = {
     &ZelImageProcessorCut::staticMetaObject,
     &ZelImageProcessorScale::staticMetaObject,
     &ZelImageProcessorShift::staticMetaObject,
+    &ZelImageProcessorRedEyeRemoval::staticMetaObject,
     // distortion
     &ZelImageProcessorRipple::staticMetaObject,
     &ZelImageProcessorSplash::staticMetaObject,

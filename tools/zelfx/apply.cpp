@@ -36,7 +36,7 @@ Status runApply(const QStringList& arguments)
     if (!status.ok())
         return status;
 
-    EffectRunner runner(effect.get(), commandLine.run);
+    EffectRunner runner(effect.get(), input, commandLine.run);
     status = applyParameterOptions(effect.get(), commandLine.parameterOptions);
     ChainSteps chainSteps;
     if (status.ok() && commandLine.hasChain)

@@ -1,10 +1,16 @@
 #include "effectrunner.h"
 
 #include "console.h"
+#include "interrupt.h"
 
 #include "ZelImageProcessor.h"
+#include "ZelPhotoConverter.h"
 
 #include <QElapsedTimer>
+#include <QEventLoop>
+#include <QSharedPointer>
+
+#include <atomic>
 
 namespace {
 const int progressBarWidth = 30;
@@ -15,15 +21,20 @@ QString traceFlag(bool flag)
 }
 } // namespace
 
-EffectRunner::EffectRunner(ZelImageProcessor* effect, const RunOptions& options)
+EffectRunner::EffectRunner(ZelImageProcessor* effect, const QImage& photo, const RunOptions& options)
     : myEffect(effect)
+    , myPhoto(photo)
     , myOptions(options)
     // Trace lines and a redrawn bar would garble each other.
     , myShowsProgressBar(stderrIsTerminal() && !options.trace)
 {
-    connect(effect, &ZelImageProcessor::progress, this, &EffectRunner::onProgress, Qt::DirectConnection);
-    connect(effect, &ZelImageProcessor::finished, this, &EffectRunner::onFinished, Qt::DirectConnection);
-    connect(effect, &ZelImageProcessor::operationCanceled, this, &EffectRunner::onCanceled, Qt::DirectConnection);
+    // Threaded, progress comes through the converter, and the effect's other signals are queued
+    // to this thread behind the progress the converter relays.
+    const Qt::ConnectionType connection = options.threaded ? Qt::QueuedConnection : Qt::DirectConnection;
+    if (!options.threaded)
+        connect(effect, &ZelImageProcessor::progress, this, &EffectRunner::onProgress, connection);
+    connect(effect, &ZelImageProcessor::finished, this, &EffectRunner::onFinished, connection);
+    connect(effect, &ZelImageProcessor::operationCanceled, this, &EffectRunner::onCanceled, connection);
 }
 
 QImage EffectRunner::run()
@@ -48,7 +59,34 @@ QImage EffectRunner::compute()
     case RunOptions::Output::Result:
         break;
     }
-    return myEffect->result();
+    return myOptions.threaded ? computeThreaded() : myEffect->result();
+}
+
+QImage EffectRunner::computeThreaded()
+{
+    // apply owns the effect; the converter only borrows it.
+    const QSharedPointer<ZelImageProcessor> borrowed(myEffect, [](ZelImageProcessor*) {});
+    ZelPhotoConverter converter;
+    converter.setPhoto(myPhoto, QString());
+    connect(&converter, &ZelPhotoConverter::progress, this, &EffectRunner::onConverterProgress);
+    connect(&converter, &ZelPhotoConverter::processName, this, &EffectRunner::onConverterProcessName);
+    QEventLoop loop;
+    connect(&converter, &QThread::finished, &loop, &QEventLoop::quit);
+    // The job's end once more, as the last thing its thread does with the converter, through an
+    // atomic: ThreadSanitizer cannot see the locks of Qt's queued quit, and would take the
+    // converter's destruction for a race with the job.
+    std::atomic<bool> jobEnded{false};
+    connect(&converter, &QThread::finished, [&jobEnded] { jobEnded.store(true, std::memory_order_release); });
+    const InterruptNotifier interrupt([this] { onInterrupt(); });
+
+    myConverter = &converter;
+    converter.applyImageProcessorThreaded(borrowed);
+    loop.exec();
+    while (!jobEnded.load(std::memory_order_acquire))
+        QThread::yieldCurrentThread();
+    converter.wait();
+    myConverter = nullptr;
+    return converter.getPhoto();
 }
 
 void EffectRunner::onProgress(const QString& title, const QString& step, int current, int total)
@@ -59,6 +97,32 @@ void EffectRunner::onProgress(const QString& title, const QString& step, int cur
     if (myShowsProgressBar)
         drawProgressBar(title, current, total);
     if (myProgressCount == myOptions.cancelAfter)
+        cancel();
+}
+
+void EffectRunner::onConverterProgress(int current, int total)
+{
+    myConverterCurrent = current;
+    myConverterTotal = total;
+}
+
+void EffectRunner::onConverterProcessName(const QString& title, const QString& step)
+{
+    onProgress(title, step, myConverterCurrent, myConverterTotal);
+}
+
+void EffectRunner::onInterrupt()
+{
+    endProgressBar();
+    printErr(QStringLiteral("zelfx: interrupted, cancelling the effect\n"));
+    cancel();
+}
+
+void EffectRunner::cancel()
+{
+    if (myConverter)
+        myConverter->cancel();
+    else
         myEffect->cancel();
 }
 

@@ -8,6 +8,7 @@
 #include <QString>
 
 class ZelImageProcessor;
+class ZelPhotoConverter;
 
 struct RunOptions
 {
@@ -18,33 +19,50 @@ struct RunOptions
     bool trace = false;
     int cancelAfter = 0; // 0: never
     bool time = false;
+    bool threaded = false; // only with Output::Result
 };
 
 // Runs an effect the way apply's options ask: traces its signals on stderr, cancels it from
 // inside its N-th progress signal, draws a progress bar when stderr is a terminal and times the
 // call alone.
+//
+// Threaded, the effect runs as the job of a ZelPhotoConverter on the converter's thread while
+// this thread waits in an event loop: the converter's progress(int, int) and processName(title,
+// step), which it emits as a pair, feed the same trace, bar and cancel as the effect's own
+// progress does otherwise, the effect's other signals are traced from this thread, and Ctrl-C
+// cancels the job.
 class EffectRunner : public QObject
 {
 public:
     // Listens from construction on, so signals emitted while options are applied are seen too.
-    EffectRunner(ZelImageProcessor* effect, const RunOptions& options);
+    // photo: what a threaded run hands to the converter, which makes it the effect's source.
+    EffectRunner(ZelImageProcessor* effect, const QImage& photo, const RunOptions& options);
 
     QImage run();
 
 private:
     QImage compute();
+    QImage computeThreaded();
     void onProgress(const QString& title, const QString& step, int current, int total);
+    void onConverterProgress(int current, int total);
+    void onConverterProcessName(const QString& title, const QString& step);
     void onFinished(bool flag);
     void onCanceled();
+    void onInterrupt();
+    void cancel();
     void drawProgressBar(const QString& title, int current, int total);
     void endProgressBar();
 
     ZelImageProcessor* myEffect;
+    QImage myPhoto;
     RunOptions myOptions;
     bool myShowsProgressBar;
     bool myProgressBarDrawn = false;
     int myDrawnPercent = -1;
     int myProgressCount = 0;
+    ZelPhotoConverter* myConverter = nullptr; // while a threaded run is under way
+    int myConverterCurrent = 0;
+    int myConverterTotal = 0;
 };
 
 #endif

@@ -28,7 +28,8 @@ const char optionHelp[] =
     "  --trace               print the effect's signals on stderr\n"
     "  --cancel-after N      cancel the effect from inside its N-th progress signal\n"
     "  --chain SPEC          for Composer: run the steps EFFECT[:KEY=VALUE]...;EFFECT... in order\n"
-    "  --time                print the time of the computation\n";
+    "  --time                print the time of the computation\n"
+    "  --threaded            compute the result on a ZelPhotoConverter's thread; Ctrl-C cancels it\n";
 
 // Without a display, Qt's default platform plugin would abort the tool.
 void selectOffscreenPlatformWithoutDisplay()

@@ -48,11 +48,18 @@ Status parseSection(const QString& text, QRect* section)
         QStringLiteral("--section expects X,Y,W,H with a positive width and height, got \"%1\"").arg(text));
 }
 
+Status threadedExcludesPreviews()
+{
+    return Status::usageError(QStringLiteral("--threaded computes the full result; it excludes --preview and --section"));
+}
+
 Status selectOutput(RunOptions::Output output, CommandLine* commandLine)
 {
     RunOptions::Output& selected = commandLine->run.output;
     if (selected != RunOptions::Output::Result && selected != output)
         return Status::usageError(QStringLiteral("--preview and --section exclude each other"));
+    if (commandLine->run.threaded)
+        return threadedExcludesPreviews();
     selected = output;
     return Status::success();
 }
@@ -114,6 +121,13 @@ const OptionDefinition optionDefinitions[] = {
          return Status::success();
      }},
     {"--chain", AcceptChain, true, [](const QString& v, CommandLine* c) { return selectChain(v, c); }},
+    {"--threaded", AcceptRunOptions, false,
+     [](const QString&, CommandLine* c) {
+         if (c->run.output != RunOptions::Output::Result)
+             return threadedExcludesPreviews();
+         c->run.threaded = true;
+         return Status::success();
+     }},
     {"--size", AcceptBenchOptions, true,
      [](const QString& v, CommandLine* c) { return parsePositiveSize("--size", v, &c->benchSize); }},
     {"--repeat", AcceptBenchOptions, true,

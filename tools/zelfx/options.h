@@ -27,7 +27,7 @@ enum OptionGroup {
     AcceptJson = 0x01,             // --json
     AcceptBenchList = 0x02,        // --bench
     AcceptParameterOptions = 0x04, // --set, --set-ui, --settings, --call
-    AcceptRunOptions = 0x08,       // --preview, --section, --trace, --cancel-after, --time
+    AcceptRunOptions = 0x08,       // --preview, --section, --trace, --cancel-after, --time, --threaded
     AcceptBenchOptions = 0x10,     // --size, --repeat
     AcceptChain = 0x20,            // --chain
 };

@@ -1,0 +1,173 @@
+#include "ZelPhotoConverter.h"
+
+#include "ZelImageProcessorRedEyeRemoval.h"
+#include "ZelPixelMath_p.h"
+
+#include <QMatrix>
+
+ZelPhotoConverter::ZelPhotoConverter(QObject* parent)
+    : QThread(parent)
+{
+    connect(this, &QThread::finished, this, &ZelPhotoConverter::hasFinished);
+}
+
+void ZelPhotoConverter::setPhoto(const QImage& photo, const QString& name)
+{
+    myPhoto = photo;
+    myName = name;
+    myPhotoChanged = true;
+}
+
+QImage ZelPhotoConverter::getPhoto()
+{
+    myPhotoChanged = false;
+    return myResult;
+}
+
+bool ZelPhotoConverter::photoChanged() const
+{
+    return myPhotoChanged;
+}
+
+void ZelPhotoConverter::setAutoDestroy(bool autoDestroy)
+{
+    myAutoDestroy = autoDestroy;
+}
+
+void ZelPhotoConverter::rotateByDegrees(int degrees)
+{
+    myResult = myPhoto.transformed(QMatrix().rotate(degrees), Qt::SmoothTransformation);
+}
+
+void ZelPhotoConverter::rotateByDegreesThreaded(int degrees)
+{
+    // Shared by every converter on purpose (see the class comment).
+    static double arguments[1];
+    arguments[0] = degrees;
+    startJob(RotateJob, arguments);
+}
+
+void ZelPhotoConverter::cut(const QRect& rect)
+{
+    myResult = myPhoto.copy(rect);
+}
+
+void ZelPhotoConverter::cutThreaded(const QRect& rect)
+{
+    // Shared by every converter on purpose (see the class comment).
+    static double arguments[4];
+    arguments[0] = rect.left();
+    arguments[1] = rect.top();
+    arguments[2] = rect.right();
+    arguments[3] = rect.bottom();
+    startJob(CutJob, arguments);
+}
+
+void ZelPhotoConverter::removeRedEye(const QRect& region, bool flag)
+{
+    const QSharedPointer<ZelImageProcessorRedEyeRemoval> redEye(new ZelImageProcessorRedEyeRemoval(myPhoto));
+    redEye->setParameters(region, flag);
+    applyImageProcessor(redEye);
+}
+
+void ZelPhotoConverter::removeRedEyeThreaded(const QRect& region, bool flag)
+{
+    // Shared by every converter on purpose (see the class comment).
+    static double arguments[5];
+    arguments[0] = region.x();
+    arguments[1] = region.y();
+    arguments[2] = region.width();
+    arguments[3] = region.height();
+    arguments[4] = flag ? 1.0 : -1.0;
+    startJob(RemoveRedEyeJob, arguments);
+}
+
+void ZelPhotoConverter::applyImageProcessor(QSharedPointer<ZelImageProcessor> processor)
+{
+    myProcessor = processor;
+    if (!myProcessor) {
+        myResult = QImage();
+        return;
+    }
+    ZelImageProcessor* effect = myProcessor.data();
+    const QMetaObject::Connection cancelRelay =
+        connect(this, &ZelPhotoConverter::cancelled, effect, &ZelImageProcessor::cancel);
+    // Queued even when the job runs on this object's own thread: progress always arrives through
+    // the event loop of the thread the converter lives in.
+    const QMetaObject::Connection progressRelay = connect(effect, &ZelImageProcessor::progress, this,
+                                                          &ZelPhotoConverter::setProgress, Qt::QueuedConnection);
+    effect->setSourceImage(myPhoto);
+    myResult = runImageProcessor();
+    disconnect(cancelRelay);
+    disconnect(progressRelay);
+}
+
+void ZelPhotoConverter::applyImageProcessorThreaded(QSharedPointer<ZelImageProcessor> processor)
+{
+    myProcessor = processor;
+    startJob(ImageProcessorJob, nullptr);
+}
+
+QImage ZelPhotoConverter::runImageProcessor()
+{
+    if (!myProcessor)
+        return QImage();
+    return myProcessor->result().convertToFormat(QImage::Format_ARGB32);
+}
+
+void ZelPhotoConverter::startJob(CONVERTJOB job, double* arguments)
+{
+    myJob = job;
+    myArguments = arguments;
+    start(QThread::InheritPriority);
+}
+
+void ZelPhotoConverter::setProgress(const QString& name, const QString& subName, int value, int maximum)
+{
+    emit progress(value, maximum);
+    emit processName(name, subName);
+}
+
+void ZelPhotoConverter::cancel()
+{
+    emit cancelled();
+}
+
+void ZelPhotoConverter::run()
+{
+    processImage();
+}
+
+void ZelPhotoConverter::hasFinished()
+{
+    // deleteLater rather than delete: the application's own queued slots on finished() still
+    // find the object.
+    if (myAutoDestroy)
+        deleteLater();
+}
+
+void ZelPhotoConverter::processImage()
+{
+    if (myJob == ImageProcessorJob) {
+        applyImageProcessor(myProcessor);
+        return;
+    }
+    // A job started without its arguments does nothing.
+    const double* a = myArguments;
+    if (!a)
+        return;
+    switch (myJob) {
+    case RotateJob:
+        rotateByDegrees(zelTruncToInt(a[0]));
+        break;
+    case RemoveRedEyeJob:
+        removeRedEye(QRect(zelTruncToInt(a[0]), zelTruncToInt(a[1]), zelTruncToInt(a[2]), zelTruncToInt(a[3])),
+                     a[4] > 0.0);
+        break;
+    case CutJob:
+        cut(QRect(QPoint(zelTruncToInt(a[0]), zelTruncToInt(a[1])), QPoint(zelTruncToInt(a[2]), zelTruncToInt(a[3]))));
+        break;
+    default:
+        break;
+    }
+}

@@ -1059,7 +1059,7 @@ void TestZelfx::cancelAfter()
 
 void TestZelfx::chain_data()
 {
-    QTest::addColumn<QString>("spec");
+    QTest::addColumn<QString>("chainText");
     QTest::addColumn<QStringList>("steps"); // short names, each with the --set it takes or none
     QTest::addColumn<QStringList>("sets");
 
@@ -1072,7 +1072,7 @@ void TestZelfx::chain_data()
 
 void TestZelfx::chain()
 {
-    QFETCH(QString, spec);
+    QFETCH(QString, chainText);
     QFETCH(QStringList, steps);
     QFETCH(QStringList, sets);
 
@@ -1084,7 +1084,7 @@ void TestZelfx::chain()
             QVERIFY(applySetOption(step.get(), sets.at(i), false).ok());
         expected = step->result();
     }
-    const ToolRun run = zelfx(expand({"apply", "Composer", "{in}", "{out}", "--chain", spec}));
+    const ToolRun run = zelfx(expand({"apply", "Composer", "{in}", "{out}", "--chain", chainText}));
     QCOMPARE(run.exitCode, int(ExitSuccess));
     QCOMPARE(loadArgb(path(QStringLiteral("out.png"))), expected.convertToFormat(QImage::Format_ARGB32));
     QFile::remove(path(QStringLiteral("out.png")));

@@ -33,21 +33,21 @@ Status createStep(const QString& step, std::unique_ptr<ZelImageProcessor>* effec
 
 } // namespace
 
-Status appendChain(ZelImageProcessor* composer, const QString& spec, ChainSteps* steps)
+Status appendChain(ZelImageProcessor* composer, const QString& chainText, ChainSteps* steps)
 {
     auto* chain = qobject_cast<ZelImageProcessorComposer*>(composer);
     if (!chain) {
         return Status::failure(ExitUsage, QStringLiteral("--chain needs a composer effect (Composer, ExampleComposer), not %1")
                                       .arg(effectShortName(composer->metaObject())));
     }
-    if (spec.trimmed().isEmpty())
+    if (chainText.trimmed().isEmpty())
         return Status::success();
-    const QStringList specSteps = spec.split(QLatin1Char(';'));
-    for (int i = 0; i < specSteps.size(); ++i) {
+    const QStringList stepTexts = chainText.split(QLatin1Char(';'));
+    for (int i = 0; i < stepTexts.size(); ++i) {
         std::unique_ptr<ZelImageProcessor> effect;
-        const Status status = createStep(specSteps.at(i), &effect);
+        const Status status = createStep(stepTexts.at(i), &effect);
         if (!status.ok())
-            return stepFailure(i + 1, specSteps.at(i), status);
+            return stepFailure(i + 1, stepTexts.at(i), status);
         chain->addProcessor(effect.get());
         steps->push_back(std::move(effect));
     }

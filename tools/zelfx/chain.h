@@ -13,9 +13,9 @@ class ZelImageProcessor;
 // The effects of a chain, owned here for as long as the composer runs them.
 using ChainSteps = std::vector<std::unique_ptr<ZelImageProcessor>>;
 
-// Appends the steps of spec, "EFFECT[:KEY=VALUE]...;EFFECT...", to composer (a Composer or one
+// Appends the steps of chainText, "EFFECT[:KEY=VALUE]...;EFFECT...", to composer (a Composer or one
 // derived from it): each effect found and created as apply finds and creates one, each value set
-// as --set sets it. An empty spec adds no step. Fails with ExitUsage naming the step.
-Status appendChain(ZelImageProcessor* composer, const QString& spec, ChainSteps* steps);
+// as --set sets it. An empty chainText adds no step. Fails with ExitUsage naming the step.
+Status appendChain(ZelImageProcessor* composer, const QString& chainText, ChainSteps* steps);
 
 #endif

@@ -70,11 +70,11 @@ Status addParameterOption(ParameterOption::Kind kind, const QString& value, Comm
     return Status::success();
 }
 
-Status selectChain(const QString& spec, CommandLine* commandLine)
+Status selectChain(const QString& chainText, CommandLine* commandLine)
 {
     if (commandLine->hasChain)
         return Status::usageError(QStringLiteral("--chain may be given once; separate its steps with ;"));
-    commandLine->chain = spec;
+    commandLine->chain = chainText;
     commandLine->hasChain = true;
     return Status::success();
 }

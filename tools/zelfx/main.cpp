@@ -27,7 +27,7 @@ const char optionHelp[] =
     "  --preview WxH | --section X,Y,W,H   compute a preview instead of the result\n"
     "  --trace               print the effect's signals on stderr\n"
     "  --cancel-after N      cancel the effect from inside its N-th progress signal\n"
-    "  --chain SPEC          for Composer: run the steps EFFECT[:KEY=VALUE]...;EFFECT... in order\n"
+    "  --chain STEPS         for Composer: run the steps EFFECT[:KEY=VALUE]...;EFFECT... in order\n"
     "  --time                print the time of the computation\n"
     "  --threaded            compute the result on a ZelPhotoConverter's thread; Ctrl-C cancels it\n";
 

@@ -11,10 +11,6 @@
 #include <cmath>
 #include <vector>
 
-#ifdef Q_OS_LINUX
-#include <sys/mman.h>
-#endif
-
 namespace {
 
 const QString kAvoidRegion = QStringLiteral("AAvoidRegion");
@@ -26,23 +22,6 @@ constexpr int kChunkLanes = 4096;
 constexpr int kRedLane = Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? 2 : 1;
 constexpr int kGreenLane = Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? 1 : 2;
 constexpr int kBlueLane = Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? 0 : 3;
-
-// The first touch of a new photo-sized image costs as much as the filter itself when it is
-// faulted in 4 KiB at a time; 2 MiB pages are asked for where the system gives them on request.
-void adviseHugePages(QImage& image)
-{
-#if defined(Q_OS_LINUX) && defined(MADV_HUGEPAGE)
-    constexpr uintptr_t page = uintptr_t(2) << 20;
-    if (image.sizeInBytes() < 4 * qsizetype(page))
-        return;
-    const uintptr_t start = uintptr_t(image.bits());
-    const uintptr_t begin = (start + page - 1) & ~(page - 1);
-    const uintptr_t end = (start + uintptr_t(image.sizeInBytes())) & ~(page - 1);
-    madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
-#else
-    Q_UNUSED(image);
-#endif
-}
 
 bool isIndexed(const QImage& image)
 {
@@ -440,7 +419,6 @@ QImage ZelImageProcessorConvolutionImpl::filterAlongX(const QImage& image, const
     QImage filtered = zelBlankLike(image);
     if (filtered.isNull())
         return filtered;
-    adviseHugePages(filtered);
     const bool indexed = isIndexed(image);
     const int lanes = lanesPerPixel(image);
     const int width = image.width();

@@ -1,6 +1,7 @@
 #ifndef ZELTONALIMAGE_P_H
 #define ZELTONALIMAGE_P_H
 
+#include "ZelImageAllocation_p.h"
 #include "ZelPixelWords_p.h"
 
 #include <QImage>
@@ -17,10 +18,11 @@ inline QImage zelToPointOperationFormat(const QImage& image)
 }
 
 // A new image in place of a copy of image that is about to be overwritten row by row: same size,
-// format, colour table and metadata, pixels uninitialised. Null when it cannot be allocated.
+// format, colour table and metadata, pixels uninitialised (large ones on huge pages). Null when it
+// cannot be allocated.
 inline QImage zelBlankLike(const QImage& image)
 {
-    QImage blank(image.size(), image.format());
+    QImage blank = zelNewImage(image.size(), image.format());
     if (blank.isNull())
         return blank;
     blank.setColorTable(image.colorTable());

@@ -117,6 +117,9 @@ public:
     {
         recorded = {r, rf, p, text};
     }
+    enum Shade : int { Light = 3, Dark = 7 };
+    Q_ENUM(Shade)
+    Q_INVOKABLE void shade(Shade value) { recorded = {int(value)}; }
     Q_INVOKABLE void names(const QStringList& list) { recorded = {list}; }
     Q_INVOKABLE void load(const QImage& image) { recorded = {image.size()}; }
     Q_INVOKABLE void loadAll(const QList<QImage>& images) { recorded = {images.size()}; }
@@ -646,6 +649,8 @@ void TestZelfx::call_data()
         << "record(1,2,3,4, 0.5,1.5,2,3.5, -1,2.25, hello)"
         << QVariantList{QRect(1, 2, 3, 4), QRectF(0.5, 1.5, 2, 3.5), QPointF(-1, 2.25), QStringLiteral("hello")};
     QTest::newRow("string list") << "names(a;b;c)" << QVariantList{QStringList{"a", "b", "c"}};
+    QTest::newRow("enumerator by key") << "shade(Dark)" << QVariantList{7};
+    QTest::newRow("enumerator by number") << "shade(3)" << QVariantList{3};
     QTest::newRow("image") << "load({in})" << QVariantList{QSize(8, 6)};
     QTest::newRow("image list") << "loadAll({in};{other};{in})" << QVariantList{3};
 }
@@ -680,6 +685,9 @@ void TestZelfx::callErrors_data()
                                                  "\"x\""};
     QTest::newRow("unconvertible parameter type") << "setMaximumPriority(3)" << int(ExitUsage)
                                                   << QStringList{"cannot convert", "QThread::Priority"};
+    QTest::newRow("unknown enumerator") << "shade(Grey)" << int(ExitUsage)
+                                        << QStringList{"argument 1 of shade(Shade)", "expects one of Light, Dark or a number",
+                                                       "\"Grey\""};
     QTest::newRow("not a call") << "record" << int(ExitUsage) << QStringList{"--call expects NAME(ARG,...)"};
     QTest::newRow("unreadable image") << "load({dir}/none.png)" << int(ExitInputUnreadable)
                                       << QStringList{"argument 1 of load(QImage)", "none.png"};

@@ -10,6 +10,7 @@
 #include <QDomElement>
 #include <QFile>
 #include <QGenericArgument>
+#include <QMetaEnum>
 #include <QMetaMethod>
 #include <QRegularExpression>
 #include <QVector>
@@ -95,11 +96,46 @@ int tokensPerArgument(int typeId)
     }
 }
 
+// A Q_ENUM of the class that declares method, for a parameter type such as "BackGroundMode";
+// invalid for every other type.
+QMetaEnum enumParameter(const QMetaMethod& method, const QByteArray& typeName)
+{
+    const QMetaObject* owner = method.enclosingMetaObject();
+    const QByteArray name = typeName.mid(typeName.lastIndexOf(':') + 1);
+    const int index = owner ? owner->indexOfEnumerator(name.constData()) : -1;
+    return index < 0 ? QMetaEnum() : owner->enumerator(index);
+}
+
+bool isConvertibleParameter(const QMetaMethod& method, const QByteArray& typeName)
+{
+    return isConvertibleType(typeIdForName(typeName)) || enumParameter(method, typeName).isValid();
+}
+
 bool hasUnconvertibleParameter(const QMetaMethod& method)
 {
     const QList<QByteArray> typeNames = method.parameterTypes();
     return std::any_of(typeNames.begin(), typeNames.end(),
-                       [](const QByteArray& typeName) { return !isConvertibleType(typeIdForName(typeName)); });
+                       [&](const QByteArray& typeName) { return !isConvertibleParameter(method, typeName); });
+}
+
+// An enumerator given by its key or its number.
+bool convertEnumText(const QString& text, const QMetaEnum& enumeration, QVariant* value)
+{
+    bool ok = false;
+    int number = text.toInt(&ok);
+    if (!ok)
+        number = enumeration.keyToValue(text.toLatin1().constData(), &ok);
+    if (ok)
+        *value = QVariant(number);
+    return ok;
+}
+
+QString enumKeys(const QMetaEnum& enumeration)
+{
+    QStringList keys;
+    for (int i = 0; i < enumeration.keyCount(); ++i)
+        keys << QString::fromLatin1(enumeration.key(i));
+    return keys.join(QStringLiteral(", "));
 }
 
 // The argument texts for method's parameters, or false when the tokens do not fit them. A kernel
@@ -113,7 +149,7 @@ bool splitArguments(const QMetaMethod& method, const QStringList& tokens, QStrin
     int variableArguments = 0;
     for (const QByteArray& typeName : method.parameterTypes()) {
         const int typeId = typeIdForName(typeName);
-        if (!isConvertibleType(typeId))
+        if (!isConvertibleParameter(method, typeName))
             return false;
         counts << tokensPerArgument(typeId);
         if (counts.last() < 0)
@@ -140,13 +176,19 @@ bool splitArguments(const QMetaMethod& method, const QStringList& tokens, QStrin
 Status convertArgument(const ZelImageProcessor& effect, const QMetaMethod& method, int index,
                        const QString& text, QVariant* value)
 {
-    const int typeId = typeIdForName(method.parameterTypes().at(index));
+    const QByteArray typeName = method.parameterTypes().at(index);
+    const int typeId = typeIdForName(typeName);
+    const QMetaEnum enumeration = enumParameter(method, typeName);
     QString reason;
-    if (convertText(text, typeId, value, &reason))
+    if (enumeration.isValid() ? convertEnumText(text, enumeration, value) : convertText(text, typeId, value, &reason))
         return Status::success();
     const QString where = QStringLiteral("argument %1 of %2 on effect %3")
                               .arg(index + 1)
                               .arg(QString::fromLatin1(method.methodSignature()), effectLabel(effect));
+    if (enumeration.isValid()) {
+        return Status::failure(ExitUsage, QStringLiteral("%1 expects one of %2 or a number, got \"%3\"")
+                                              .arg(where, enumKeys(enumeration), text));
+    }
     if (isImageType(typeId))
         return Status::failure(ExitInputUnreadable, QStringLiteral("%1: %2").arg(where, reason));
     return Status::failure(ExitUsage, QStringLiteral("%1 expects %2, got \"%3\"").arg(where, expectedForm(typeId), text));

@@ -609,20 +609,14 @@ QImage ZelConvolution::convolute(const QImage& image)
 QImage ZelConvolution::createMaxImage(const QImage& image) const
 {
     const QImage words = zelToPixelWords(image);
-    if (words.isNull())
-        return QImage();
-    QImage result = zelNewImage(words.size(), words.format());
-    if (result.isNull())
-        return result;
-    const ZelWordRows in(words);
-    const ZelWordRows out(&result);
-    const int width = words.width();
-    std::vector<int16_t> levels(static_cast<size_t>(width));
-    for (int y = 0; y < words.height(); ++y) {
-        greyRow(in[y], levels.data(), width, GreyOf::Maximum);
-        writeGreyWords(levels.data(), in[y], out[y], 0, width);
-    }
-    return result;
+    return zelWriteWordImage(words, [&](const ZelWordRows& in, const ZelWordRows& out) {
+        const int width = words.width();
+        std::vector<int16_t> levels(static_cast<size_t>(width));
+        for (int y = 0; y < words.height(); ++y) {
+            greyRow(in[y], levels.data(), width, GreyOf::Maximum);
+            writeGreyWords(levels.data(), in[y], out[y], 0, width);
+        }
+    });
 }
 
 QImage ZelConvolution::convoluteBW(const QImage& image) const
@@ -747,23 +741,17 @@ QImage ZelConvolution::combine(const QImage& horizontal, const QImage& vertical)
 QImage ZelConvolution::invert(const QImage& image) const
 {
     const QImage words = zelToPixelWords(image);
-    if (words.isNull())
-        return QImage();
-    QImage result = zelNewImage(words.size(), words.format());
-    if (result.isNull())
-        return result;
-    const ZelWordRows in(words);
-    const ZelWordRows out(&result);
-    const int width = words.width();
     // Per byte, ((255 - c) * 2) & 0xFF is ~c shifted left by one; the mask drops the bits that
     // cross into the next byte and keeps alpha out.
-    for (int y = 0; y < words.height(); ++y) {
-        const QRgb* const source = in[y];
-        QRgb* const target = out[y];
-        for (int x = 0; x < width; ++x)
-            target[x] = ((~source[x] << 1) & 0x00FEFEFEu) | (source[x] & 0xFF000000u);
-    }
-    return result;
+    return zelWriteWordImage(words, [&](const ZelWordRows& in, const ZelWordRows& out) {
+        const int width = words.width();
+        for (int y = 0; y < words.height(); ++y) {
+            const QRgb* const source = in[y];
+            QRgb* const target = out[y];
+            for (int x = 0; x < width; ++x)
+                target[x] = ((~source[x] << 1) & 0x00FEFEFEu) | (source[x] & 0xFF000000u);
+        }
+    });
 }
 
 int ZelConvolution::averageSobel(const QImage& image, int n) const

@@ -447,32 +447,20 @@ QImage ZelEditImageManipulator::changeSaturation(const QImage& image, double fac
 QImage ZelEditImageManipulator::mirrorHorizontal(const QImage& image)
 {
     const QImage words = normalizeRGB32(image);
-    if (words.isNull())
-        return QImage();
-    QImage result = zelNewImage(words.size(), words.format());
-    if (result.isNull())
-        return result;
-    const ZelWordRows in(words);
-    const ZelWordRows out(&result);
-    for (int y = 0; y < words.height(); ++y)
-        std::reverse_copy(in[y], in[y] + words.width(), out[y]);
-    return result;
+    return zelWriteWordImage(words, [&](const ZelWordRows& in, const ZelWordRows& out) {
+        for (int y = 0; y < words.height(); ++y)
+            std::reverse_copy(in[y], in[y] + words.width(), out[y]);
+    });
 }
 
 QImage ZelEditImageManipulator::mirrorVertical(const QImage& image)
 {
     const QImage words = normalizeRGB32(image);
-    if (words.isNull())
-        return QImage();
-    QImage result = zelNewImage(words.size(), words.format());
-    if (result.isNull())
-        return result;
-    const ZelWordRows in(words);
-    const ZelWordRows out(&result);
-    const int height = words.height();
-    for (int y = 0; y < height; ++y)
-        std::memcpy(out[y], in[height - 1 - y], size_t(words.width()) * sizeof(QRgb));
-    return result;
+    return zelWriteWordImage(words, [&](const ZelWordRows& in, const ZelWordRows& out) {
+        const int height = words.height();
+        for (int y = 0; y < height; ++y)
+            std::memcpy(out[y], in[height - 1 - y], size_t(words.width()) * sizeof(QRgb));
+    });
 }
 
 void ZelEditImageManipulator::toGrayscale(QImage* image)

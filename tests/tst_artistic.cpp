@@ -1,4 +1,5 @@
 #include "ZelEffectRegistry.h"
+#include "ZelEffectTestSupport.h"
 #include "ZelImageProcessorArc.h"
 #include "ZelImageProcessorPosterize.h"
 #include "ZelImageProcessorWave.h"
@@ -24,45 +25,9 @@ Q_DECLARE_METATYPE(QImage::Format)
 
 namespace {
 
-// Marks every translated text with its context, so that tests see which texts go through tr()
-// and in which class.
-class MarkingTranslator : public QTranslator
-{
-public:
-    QString translate(const char* context, const char* sourceText, const char* = nullptr, int = -1) const override
-    {
-        return QStringLiteral("[%1]%2").arg(QLatin1String(context), QString::fromUtf8(sourceText));
-    }
-    bool isEmpty() const override { return false; }
-};
-
 QRgb rawPixel(const QImage& image, int x, int y)
 {
     return reinterpret_cast<const QRgb*>(image.constScanLine(y))[x];
-}
-
-// Opaque, photo-like: smooth gradients with a pattern of detail.
-QImage photo(int width, int height)
-{
-    QImage image(width, height, QImage::Format_ARGB32);
-    for (int y = 0; y < height; ++y) {
-        QRgb* line = reinterpret_cast<QRgb*>(image.scanLine(y));
-        for (int x = 0; x < width; ++x) {
-            const bool detail = (x / 3 + y / 2) % 4 == 0;
-            line[x] = qRgb(255 * x / width, detail ? 40 : 255 * y / height, (x * 7 + y * 13) % 256);
-        }
-    }
-    return image;
-}
-
-std::unique_ptr<ZelImageProcessor> makeEffect(const QString& name, const QImage& image, const Values& values = {})
-{
-    std::unique_ptr<ZelImageProcessor> effect(ZelEffectRegistry::create(ZelEffectRegistry::find(name), image));
-    ZelUIParameterMap map;
-    for (auto it = values.constBegin(); it != values.constEnd(); ++it)
-        map.insert(it.key(), qMakePair(it.value(), true));
-    effect->setParameters(map);
-    return effect;
 }
 
 QImage applyEffect(const QString& name, const QImage& image, const Values& values = {})
@@ -184,20 +149,13 @@ void TestArtistic::metadata_data()
     row("Wave", "Welle", "Dieser Effekt verformt das Foto wellenförmig ", "ico_wave");
 }
 
-// The name is translated in the implementation's context, the tooltip in the public class's.
 void TestArtistic::metadata()
 {
     QFETCH(QString, effect);
     QFETCH(QString, name);
     QFETCH(QString, toolTip);
     QFETCH(QString, iconName);
-    const QString publicClass = "ZelImageProcessor" + effect;
-    const auto processor = makeEffect(effect, QImage());
-    QCOMPARE(QString::fromLatin1(processor->metaObject()->className()), publicClass);
-    QCOMPARE(processor->effectName(), QStringLiteral("[%1Impl]%2").arg(publicClass, name));
-    QCOMPARE(processor->property("ToolTip").toString(), QStringLiteral("[%1]%2").arg(publicClass, toolTip));
-    QVERIFY(!processor->property("toolTip").isValid());
-    QCOMPARE(processor->property("IconName").toString(), iconName);
+    verifyEffectMetadata(effect, name, toolTip, iconName);
 }
 
 void TestArtistic::parameters_data()

@@ -1,5 +1,6 @@
 #include "ZelConvolutionKernelGenerator.h"
 #include "ZelEffectRegistry.h"
+#include "ZelEffectTestSupport.h"
 #include "ZelImageProcessorBackgroundImage.h"
 #include "ZelImageProcessorCharcoal.h"
 #include "ZelImageProcessorContrastStretch.h"
@@ -32,18 +33,6 @@ using Kernel = QVector<int>;
 using Kernel2D = QVector<QVector<int>>;
 
 namespace {
-
-// Marks every translated text with its context, so that tests see which texts go through tr()
-// and in which class.
-class MarkingTranslator : public QTranslator
-{
-public:
-    QString translate(const char* context, const char* sourceText, const char* = nullptr, int = -1) const override
-    {
-        return QStringLiteral("[%1]%2").arg(QLatin1String(context), QString::fromUtf8(sourceText));
-    }
-    bool isEmpty() const override { return false; }
-};
 
 ZelConvolutionKernelGenerator& generator()
 {
@@ -290,25 +279,6 @@ QList<int> range(int from, int to)
     for (int i = from; i < to; ++i)
         values << i;
     return values;
-}
-
-std::unique_ptr<ZelImageProcessor> makeEffect(const QString& name, const QImage& image)
-{
-    return std::unique_ptr<ZelImageProcessor>(ZelEffectRegistry::create(ZelEffectRegistry::find(name), image));
-}
-
-// Opaque, photo-like: smooth gradients with a pattern of detail and a few hard edges.
-QImage photo(int width, int height)
-{
-    QImage image(width, height, QImage::Format_ARGB32);
-    for (int y = 0; y < height; ++y) {
-        QRgb* line = reinterpret_cast<QRgb*>(image.scanLine(y));
-        for (int x = 0; x < width; ++x) {
-            const bool detail = (x / 3 + y / 2) % 4 == 0;
-            line[x] = qRgb(255 * x / width, detail ? 40 : 255 * y / height, (x * 7 + y * 13) % 256);
-        }
-    }
-    return image;
 }
 
 QImage runCharcoal(const QImage& image, int radius)
@@ -1295,20 +1265,13 @@ void TestFilter::metadata_data()
     row("Charcoal", "Kohlezeichnung", "Dieser Effekt vermittelt den Eindruck einer Kohlezeichnung ", "ico_charcoal");
 }
 
-// The name is translated in the implementation's context, the tooltip in the public class's.
 void TestFilter::metadata()
 {
     QFETCH(QString, effect);
     QFETCH(QString, name);
     QFETCH(QString, toolTip);
     QFETCH(QString, iconName);
-    const QString publicClass = "ZelImageProcessor" + effect;
-    const auto processor = makeEffect(effect, QImage());
-    QCOMPARE(QString::fromLatin1(processor->metaObject()->className()), publicClass);
-    QCOMPARE(processor->effectName(), QStringLiteral("[%1Impl]%2").arg(publicClass, name));
-    QCOMPARE(processor->property("ToolTip").toString(), QStringLiteral("[%1]%2").arg(publicClass, toolTip));
-    QVERIFY(!processor->property("toolTip").isValid());
-    QCOMPARE(processor->property("IconName").toString(), iconName);
+    verifyEffectMetadata(effect, name, toolTip, iconName);
 }
 
 void TestFilter::previewsRunTheSameWork_data()

@@ -32,19 +32,20 @@ QImage ZelImageProcessorComposerImpl::result()
     myRunning = true;
     const QImage source = sourceImage();
     QImage image = source;
-    bool cancelled = false;
     for (const QPointer<ZelImageProcessor>& processor : qAsConst(myProcessors)) {
-        cancelled = resetCancel();
-        if (cancelled)
-            break;
+        // A cancel stops the chain before its next step with the source and without a closing
+        // finished(), as the application has it.
+        if (resetCancel()) {
+            myRunning = false;
+            return source;
+        }
         if (processor)
             image = runStep(processor, image);
     }
-    // A cancel during the last step counts too.
-    cancelled = cancelled || resetCancel();
     myRunning = false;
-    emit finished(!cancelled);
-    return cancelled ? source : image;
+    // False when a cancel came during the last step, whose result is returned all the same.
+    emit finished(!resetCancel());
+    return image;
 }
 
 QImage ZelImageProcessorComposerImpl::runStep(ZelImageProcessor* processor, const QImage& image)

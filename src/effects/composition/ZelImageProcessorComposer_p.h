@@ -16,7 +16,9 @@ public:
 
     void addProcessor(ZelImageProcessor* processor);
     // Sets the cancel flag, which stops the chain before its next step, and emits
-    // operationCanceled(), which cancels the running step.
+    // operationCanceled(), which cancels the running step. A chain cancelled before its last
+    // step returns the source without finished(); one cancelled during its last step returns
+    // that step's result and finished(false).
     void cancel() override;
 
 public slots:

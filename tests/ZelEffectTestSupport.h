@@ -50,11 +50,30 @@ inline std::unique_ptr<ZelImageProcessor> makeEffect(const QString& name, const 
     return effect;
 }
 
-// Under a MarkingTranslator: the name is translated in the implementation's context, the tooltip
-// (property "ToolTip", never "toolTip") in the public class's; the icon name is plain.
-inline void verifyEffectMetadata(const QString& effect, const QString& name, const QString& toolTip,
-                                 const QString& iconName)
+// A data table of effect metadata: effect short name, display name, tooltip, icon name.
+inline void addEffectMetadataColumns()
 {
+    QTest::addColumn<QString>("effect");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("toolTip");
+    QTest::addColumn<QString>("iconName");
+}
+
+inline void addEffectMetadataRow(const char* effect, const char* name, const char* toolTip, const char* iconName)
+{
+    QTest::newRow(effect) << QString::fromLatin1(effect) << QString::fromUtf8(name) << QString::fromUtf8(toolTip)
+                          << QString::fromUtf8(iconName);
+}
+
+// Checks the current row of that table under a MarkingTranslator: the name is translated in the
+// implementation's context, the tooltip (property "ToolTip", never "toolTip") in the public
+// class's; the icon name is plain.
+inline void verifyEffectMetadata()
+{
+    QFETCH(QString, effect);
+    QFETCH(QString, name);
+    QFETCH(QString, toolTip);
+    QFETCH(QString, iconName);
     const QString publicClass = "ZelImageProcessor" + effect;
     const auto processor = makeEffect(effect, QImage());
     QCOMPARE(QString::fromLatin1(processor->metaObject()->className()), publicClass);

@@ -125,13 +125,8 @@ void TestArtistic::cleanupTestCase()
 
 void TestArtistic::metadata_data()
 {
-    QTest::addColumn<QString>("effect");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("toolTip");
-    QTest::addColumn<QString>("iconName");
-    const auto row = [](const char* effect, const char* name, const char* toolTip, const char* icon) {
-        QTest::newRow(effect) << effect << QString::fromUtf8(name) << QString::fromUtf8(toolTip) << icon;
-    };
+    addEffectMetadataColumns();
+    const auto row = addEffectMetadataRow;
     row("Sketch", "Strichzeichnung", "Dieser Effekt vermittelt den Eindruck einer Strichzeichnung ",
         ":tessaroon/effectSketch.png");
     row("MotionBlur", "Bewegungsunschärfe", "Dieser Effekt vermittelt den Eindruck von Bewegungsunschärfe ",
@@ -151,11 +146,7 @@ void TestArtistic::metadata_data()
 
 void TestArtistic::metadata()
 {
-    QFETCH(QString, effect);
-    QFETCH(QString, name);
-    QFETCH(QString, toolTip);
-    QFETCH(QString, iconName);
-    verifyEffectMetadata(effect, name, toolTip, iconName);
+    verifyEffectMetadata();
 }
 
 void TestArtistic::parameters_data()

@@ -1252,13 +1252,8 @@ void TestFilter::convolutionInRegistryAndZelfx()
 
 void TestFilter::metadata_data()
 {
-    QTest::addColumn<QString>("effect");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("toolTip");
-    QTest::addColumn<QString>("iconName");
-    const auto row = [](const char* effect, const char* name, const char* toolTip, const char* icon) {
-        QTest::newRow(effect) << effect << QString::fromUtf8(name) << QString::fromUtf8(toolTip) << icon;
-    };
+    addEffectMetadataColumns();
+    const auto row = addEffectMetadataRow;
     row("StrongContur", "Starke Konturen", "Kontur zeichnen, stark", "ico_strong_contur");
     row("WeakContur", "Schwache Konturen", "Kontur zeichnen, schwach", "ico_weak_contur");
     row("BackgroundImage", "Weichzeichner", "Hintergrundbild erzeugen ", "ico_blur");
@@ -1267,11 +1262,7 @@ void TestFilter::metadata_data()
 
 void TestFilter::metadata()
 {
-    QFETCH(QString, effect);
-    QFETCH(QString, name);
-    QFETCH(QString, toolTip);
-    QFETCH(QString, iconName);
-    verifyEffectMetadata(effect, name, toolTip, iconName);
+    verifyEffectMetadata();
 }
 
 void TestFilter::previewsRunTheSameWork_data()

@@ -30,17 +30,12 @@ class ZelImageProcessorChainProbeImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorChainProbeImpl()
-        : ZelImageProcessorImpl(QString())
-    {
-    }
     explicit ZelImageProcessorChainProbeImpl(const QImage& image)
         : ZelImageProcessorImpl(image, QString())
     {
     }
 
     QRgb mark = 0;
-    ZelImageProcessorChainProbe* myPublic = nullptr;
 
 public slots:
     QImage result() override
@@ -69,7 +64,7 @@ class ZelImageProcessorChainProbe : public ZelImageProcessor
 public:
     explicit ZelImageProcessorChainProbe(QRgb mark)
     {
-        installImplementation<ZelImageProcessorChainProbeImpl>(this, static_cast<const QImage*>(nullptr));
+        installImplementation(new ZelImageProcessorChainProbeImpl(QImage()));
         static_cast<ZelImageProcessorChainProbeImpl*>(myImpl)->mark = mark;
     }
 

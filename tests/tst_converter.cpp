@@ -31,16 +31,11 @@ class ZelImageProcessorThreadProbeImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorThreadProbeImpl()
-        : ZelImageProcessorImpl(QStringLiteral("ThreadProbe"))
-    {
-    }
     explicit ZelImageProcessorThreadProbeImpl(const QImage& image)
         : ZelImageProcessorImpl(image, QStringLiteral("ThreadProbe"))
     {
     }
 
-    ZelImageProcessorThreadProbe* myPublic = nullptr;
     std::atomic<QThread*> resultThread{nullptr};
 
 public slots:
@@ -62,7 +57,7 @@ class ZelImageProcessorThreadProbe : public ZelImageProcessor
 public:
     ZelImageProcessorThreadProbe()
     {
-        installImplementation<ZelImageProcessorThreadProbeImpl>(this, static_cast<const QImage*>(nullptr));
+        installImplementation(new ZelImageProcessorThreadProbeImpl(QImage()));
     }
     QThread* resultThread() const { return static_cast<ZelImageProcessorThreadProbeImpl*>(myImpl)->resultThread.load(); }
 

@@ -23,18 +23,12 @@ class ZelImageProcessorProbeImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorProbeImpl()
-        : ZelImageProcessorImpl(QStringLiteral("Probe"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorProbeImpl(const QImage& image)
         : ZelImageProcessorImpl(image, QStringLiteral("Probe"))
     {
         createParameterDescriptions();
     }
 
-    ZelImageProcessorProbe* myPublic = nullptr;
     // What the last result() saw.
     QSize lastSourceSize;
     int lastStrengthPercent = -1;
@@ -54,8 +48,6 @@ public slots:
         emit finished(false);
         return sourceImage();
     }
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
 
 protected:
     QString progressTitle() const override { return QStringLiteral("Probe title"); }
@@ -85,11 +77,12 @@ class ZelImageProcessorProbe : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    ZelImageProcessorProbe() { initImplementation(nullptr); }
-    explicit ZelImageProcessorProbe(const QImage& image)
+    Q_INVOKABLE ZelImageProcessorProbe() : ZelImageProcessorProbe(QImage()) {}
+    Q_INVOKABLE explicit ZelImageProcessorProbe(const QImage& image)
         : ZelImageProcessor(image)
     {
-        initImplementation(&image);
+        setProperty("ToolTip", QStringLiteral("probe tooltip"));
+        installImplementation(new ZelImageProcessorProbeImpl(image));
     }
     ZelImageProcessorProbeImpl* impl() const { return static_cast<ZelImageProcessorProbeImpl*>(myImpl); }
 
@@ -98,24 +91,7 @@ public slots:
     QImage result() override { return myImpl->result(); }
     QImage generatePreview(const QSize& size) override { return myImpl->generatePreview(size); }
     QImage generatePreview(const QRect& rect) override { return myImpl->generatePreview(rect); }
-
-private:
-    void initImplementation(const QImage* image)
-    {
-        setProperty("ToolTip", QStringLiteral("probe tooltip"));
-        installImplementation<ZelImageProcessorProbeImpl>(this, image);
-    }
 };
-
-QImage ZelImageProcessorProbeImpl::generatePreview(const QSize& size)
-{
-    return previewWith<ZelImageProcessorProbe>(sourceImageScaled(size));
-}
-
-QImage ZelImageProcessorProbeImpl::generatePreview(const QRect& rect)
-{
-    return previewWith<ZelImageProcessorProbe>(sectionOfSourceImage(rect));
-}
 
 namespace {
 

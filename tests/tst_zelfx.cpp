@@ -34,18 +34,12 @@ class ZelImageProcessorToolProbeImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorToolProbeImpl()
-        : ZelImageProcessorImpl(QStringLiteral("ToolProbe"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorToolProbeImpl(const QImage& image)
         : ZelImageProcessorImpl(image, QStringLiteral("ToolProbe"))
     {
         createParameterDescriptions();
     }
 
-    ZelImageProcessorToolProbe* myPublic = nullptr;
 
 public slots:
     QImage result() override
@@ -103,7 +97,7 @@ class ZelImageProcessorToolProbe : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorToolProbe() { installImplementation<ZelImageProcessorToolProbeImpl>(this, static_cast<const QImage*>(nullptr)); }
+    Q_INVOKABLE ZelImageProcessorToolProbe() { installImplementation(new ZelImageProcessorToolProbeImpl(QImage())); }
     explicit ZelImageProcessorToolProbe(const QString& xmlTagName)
         : ZelImageProcessorToolProbe()
     {

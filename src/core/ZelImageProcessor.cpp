@@ -82,6 +82,30 @@ void ZelImageProcessor::cancel()
     myImpl->cancel();
 }
 
+QImage ZelImageProcessor::result()
+{
+    return myImpl->result();
+}
+
+QImage ZelImageProcessor::generatePreview(const QSize& size)
+{
+    return myImpl->generatePreview(size);
+}
+
+QImage ZelImageProcessor::generatePreview(const QRect& rect)
+{
+    return myImpl->generatePreview(rect);
+}
+
+void ZelImageProcessor::installImplementation(ZelImageProcessorImpl* impl)
+{
+    disconnectImplementation();
+    delete myImpl;
+    myImpl = impl;
+    myImpl->myPublic = this;
+    connectImplementation();
+}
+
 void ZelImageProcessor::setMaximumThreadCount(int count)
 {
     myImpl->setMaximumThreadCount(count);

@@ -47,6 +47,9 @@ public:
     void disconnectImplementation();
 
 public slots:
+    // Every effect class declares these four slots again, so that its own meta-object lists them,
+    // and forwards them here, to its implementation. The last three stay pure so that no effect
+    // forgets to.
     virtual void cancel();
     virtual QImage result() = 0;
     virtual QImage generatePreview(const QSize& size) = 0;
@@ -62,22 +65,10 @@ signals:
     void finished(bool flag);
 
 protected:
-    // The body of every effect's initImplementation: replaces the current implementation by a
-    // new Impl, on copies of the given images when every one is there (most effects take one,
-    // Combine two) and without images otherwise, points the Impl's own back pointer at the
-    // public object and relays the Impl's signals.
-    template <class Impl, class Public, class... Images>
-    void installImplementation(Public* self, const Images*... images)
-    {
-        disconnectImplementation();
-        delete myImpl;
-        myImpl = nullptr;
-        const bool allImages = (... && (images != nullptr));
-        Impl* impl = allImages ? new Impl(*images...) : new Impl();
-        impl->myPublic = self;
-        myImpl = impl;
-        connectImplementation();
-    }
+    // Every effect constructor ends here: impl, which this object owns from now on, replaces the
+    // current implementation (the placeholder made above, or a base effect's) and its three
+    // signals are relayed as this object's.
+    void installImplementation(ZelImageProcessorImpl* impl);
 
     ZelImageProcessorImpl* myImpl;
 };

@@ -71,10 +71,6 @@ class ZelImageProcessorExampleGaussImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorExampleGaussImpl()
-        : ZelImageProcessorImpl(QString())
-    {
-    }
     explicit ZelImageProcessorExampleGaussImpl(const QImage& image)
         : ZelImageProcessorImpl(image, QString())
     {
@@ -86,18 +82,8 @@ public:
         myBoxSize = boxSize > 0 ? boxSize : zelTruncToInt(sigma * 3.0);
     }
 
-    ZelImageProcessorExampleGauss* myPublic = nullptr;
-
 public slots:
     QImage result() override;
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorExampleGauss>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorExampleGauss>(sectionOfSourceImage(rect));
-    }
 
 private:
     static void constructFilter(double sigma, int radius, QVector<int>& kernel, double& norm);
@@ -185,30 +171,15 @@ QImage ZelImageProcessorExampleGaussImpl::result()
     return blurred;
 }
 
-ZelImageProcessorExampleGauss::ZelImageProcessorExampleGauss()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorExampleGauss::ZelImageProcessorExampleGauss(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorExampleGauss::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorExampleGaussImpl>(this, image);
+    installImplementation(new ZelImageProcessorExampleGaussImpl(image));
 }
 
 void ZelImageProcessorExampleGauss::setSigmaAndBoxSize(double sigma, int boxSize)
 {
     static_cast<ZelImageProcessorExampleGaussImpl*>(myImpl)->setSigmaAndBoxSize(sigma, boxSize);
 }
-
-void ZelImageProcessorExampleGauss::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorExampleGauss::result() { return myImpl->result(); }
-QImage ZelImageProcessorExampleGauss::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorExampleGauss::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorExampleGauss.moc"

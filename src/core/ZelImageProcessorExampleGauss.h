@@ -8,7 +8,7 @@ class ZelImageProcessorExampleGauss : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorExampleGauss();
+    Q_INVOKABLE ZelImageProcessorExampleGauss() : ZelImageProcessorExampleGauss(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorExampleGauss(const QImage& image);
 
     // Stores sigma, and boxSize if it is positive, else (int)(sigma * 3). The box size is the
@@ -16,13 +16,10 @@ public:
     Q_INVOKABLE void setSigmaAndBoxSize(double sigma, int boxSize);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

@@ -28,27 +28,13 @@ class ZelImageProcessorExampleGrayscaleImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorExampleGrayscaleImpl()
-        : ZelImageProcessorImpl(QString())
-    {
-    }
     explicit ZelImageProcessorExampleGrayscaleImpl(const QImage& image)
         : ZelImageProcessorImpl(image, QString())
     {
     }
 
-    ZelImageProcessorExampleGrayscale* myPublic = nullptr;
-
 public slots:
     QImage result() override;
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorExampleGrayscale>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorExampleGrayscale>(sectionOfSourceImage(rect));
-    }
 };
 
 QImage ZelImageProcessorExampleGrayscaleImpl::result()
@@ -80,25 +66,10 @@ QImage ZelImageProcessorExampleGrayscaleImpl::result()
     return gray;
 }
 
-ZelImageProcessorExampleGrayscale::ZelImageProcessorExampleGrayscale()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorExampleGrayscale::ZelImageProcessorExampleGrayscale(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
+    installImplementation(new ZelImageProcessorExampleGrayscaleImpl(image));
 }
-
-void ZelImageProcessorExampleGrayscale::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorExampleGrayscaleImpl>(this, image);
-}
-
-void ZelImageProcessorExampleGrayscale::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorExampleGrayscale::result() { return myImpl->result(); }
-QImage ZelImageProcessorExampleGrayscale::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorExampleGrayscale::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorExampleGrayscale.moc"

@@ -10,17 +10,14 @@ class ZelImageProcessorExampleGrayscale : public ZelImageProcessor
     Q_OBJECT
     Q_CLASSINFO("ZelBenchmark", "skip: paced on purpose, 100 ms every 50 rows")
 public:
-    Q_INVOKABLE ZelImageProcessorExampleGrayscale();
+    Q_INVOKABLE ZelImageProcessorExampleGrayscale() : ZelImageProcessorExampleGrayscale(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorExampleGrayscale(const QImage& image);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

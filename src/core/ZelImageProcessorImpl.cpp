@@ -1,6 +1,9 @@
 #include "ZelImageProcessorImpl_p.h"
+#include "ZelEffectRegistry.h"
 #include "ZelParameterDescriptionNumber.h"
 #include "ZelProgressSignalizer.h"
+
+#include <memory>
 
 ZelImageProcessorImpl::ZelImageProcessorImpl(const QString& effectName)
     : ZelImageProcessorImpl(QImage(), effectName)
@@ -141,6 +144,26 @@ QImage ZelImageProcessorImpl::applySubProcessor(ZelImageProcessor* sub)
     const QImage image = sub->result();
     disconnect(relay);
     return image;
+}
+
+QImage ZelImageProcessorImpl::previewOf(const QImage& image) const
+{
+    const std::unique_ptr<ZelImageProcessor> preview(ZelEffectRegistry::create(myPublic->metaObject(), image));
+    if (!preview)
+        return QImage();
+    if (!myParameters.isEmpty())
+        preview->setParameters(parameterContainer().parameters());
+    return preview->result();
+}
+
+QImage ZelImageProcessorImpl::generatePreview(const QSize& size)
+{
+    return previewOf(sourceImageScaled(size));
+}
+
+QImage ZelImageProcessorImpl::generatePreview(const QRect& rect)
+{
+    return previewOf(sectionOfSourceImage(rect));
 }
 
 bool ZelImageProcessorImpl::isCancelled() const

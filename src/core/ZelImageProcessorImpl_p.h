@@ -77,22 +77,30 @@ public:
     void setMaximumThreadCount(int count);
     void setMaximumPriority(QThread::Priority priority);
 
-    // The preview skeleton: a temporary public object of the effect's own class on image, with
-    // a copy of this effect's parameter values, and its result(). Previews report no progress
-    // and cannot be cancelled from outside.
-    template <class Public>
-    QImage previewWith(const QImage& image) const
+    // A temporary object of the effect's own public class on image, with a copy of this effect's
+    // parameter values, and its result(). Previews report no progress and cannot be cancelled
+    // from outside.
+    QImage previewOf(const QImage& image) const;
+
+    // The result() of an effect computed through ImageMagick: compute(wrapper, source) runs
+    // while the wrapper reports this effect's progress; finished(finishedFlag) follows.
+    template <class Compute>
+    QImage magickResult(Compute compute, bool finishedFlag = false)
     {
-        Public preview(image);
-        if (!myParameters.isEmpty())
-            preview.setParameters(parameterContainer().parameters());
-        return preview.result();
+        connectProgressSignalizer();
+        ZelMagickWandWrapper magick = createMagickWandWrapper();
+        const QImage image = compute(magick, sourceImage());
+        disconnectProgressSignalizer();
+        emit finished(finishedFlag);
+        return image;
     }
 
 public slots:
     virtual QImage result() = 0;
-    virtual QImage generatePreview(const QSize& size) = 0;
-    virtual QImage generatePreview(const QRect& rect) = 0;
+    // previewOf() the scaled source and of the section; effects whose previews need more (a
+    // second image, a scaled parameter) override them.
+    virtual QImage generatePreview(const QSize& size);
+    virtual QImage generatePreview(const QRect& rect);
 
 signals:
     void progress(const QString& title, const QString& step, int current, int total);
@@ -112,6 +120,7 @@ protected:
 
     ZelParameterDescriptionContainer myParameters;
     ZelProgressSignalizer* myProgressSignalizer;
+    // The public object this implementation belongs to; previews construct its class.
     ZelImageProcessor* myPublic = nullptr;
     QImage mySourceImage;
     QString myEffectName;

@@ -22,10 +22,6 @@ class ZelImageProcessorCompareImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorCompareImpl()
-        : ZelImageProcessorImpl(QString())
-    {
-    }
     explicit ZelImageProcessorCompareImpl(const QImage& image)
         : ZelImageProcessorImpl(image, QString())
     {
@@ -76,9 +72,6 @@ private:
     double myAbsoluteError = 0;
     double myAbsoluteMeanError = 0;
     double myPeakError = 0;
-
-public:
-    ZelImageProcessorCompare* myPublic = nullptr;
 };
 
 namespace {
@@ -90,30 +83,15 @@ ZelImageProcessorCompareImpl* implementation(ZelImageProcessorImpl* impl)
 
 } // namespace
 
-ZelImageProcessorCompare::ZelImageProcessorCompare()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorCompare::ZelImageProcessorCompare(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorCompare::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorCompareImpl>(this, image);
+    installImplementation(new ZelImageProcessorCompareImpl(image));
 }
 
 void ZelImageProcessorCompare::setParameters(const QImage& reference) { implementation(myImpl)->setParameters(reference); }
 double ZelImageProcessorCompare::absoluteError() const { return implementation(myImpl)->absoluteError(); }
 double ZelImageProcessorCompare::absoluteMeanError() const { return implementation(myImpl)->absoluteMeanError(); }
 double ZelImageProcessorCompare::peakError() const { return implementation(myImpl)->peakError(); }
-
-void ZelImageProcessorCompare::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorCompare::result() { return myImpl->result(); }
-QImage ZelImageProcessorCompare::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorCompare::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorCompare.moc"

@@ -16,7 +16,7 @@ class ZelImageProcessorCompare : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorCompare();
+    Q_INVOKABLE ZelImageProcessorCompare() : ZelImageProcessorCompare(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorCompare(const QImage& image);
 
     using ZelImageProcessor::setParameters;
@@ -30,13 +30,10 @@ public:
     Q_INVOKABLE double peakError() const;
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

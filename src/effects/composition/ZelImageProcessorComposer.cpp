@@ -2,11 +2,6 @@
 #include "ZelImageProcessorComposer_p.h"
 #include "ZelProgressSignalizer.h"
 
-ZelImageProcessorComposerImpl::ZelImageProcessorComposerImpl()
-    : ZelImageProcessorImpl(QString())
-{
-}
-
 ZelImageProcessorComposerImpl::ZelImageProcessorComposerImpl(const QImage& image)
     : ZelImageProcessorImpl(image, QString())
 {
@@ -61,30 +56,21 @@ QImage ZelImageProcessorComposerImpl::runStep(ZelImageProcessor* processor, cons
     return stepResult;
 }
 
+// Previews run on a composer without a chain, whatever chain this one has.
 QImage ZelImageProcessorComposerImpl::generatePreview(const QSize& size)
 {
-    return previewWith<ZelImageProcessorComposer>(sourceImageScaled(size));
+    return ZelImageProcessorComposer(sourceImageScaled(size)).result();
 }
 
 QImage ZelImageProcessorComposerImpl::generatePreview(const QRect& rect)
 {
-    return previewWith<ZelImageProcessorComposer>(sectionOfSourceImage(rect));
-}
-
-ZelImageProcessorComposer::ZelImageProcessorComposer()
-{
-    initImplementation(nullptr);
+    return ZelImageProcessorComposer(sectionOfSourceImage(rect)).result();
 }
 
 ZelImageProcessorComposer::ZelImageProcessorComposer(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorComposer::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorComposerImpl>(this, image);
+    installImplementation(new ZelImageProcessorComposerImpl(image));
 }
 
 void ZelImageProcessorComposer::addProcessor(ZelImageProcessor* processor)
@@ -92,7 +78,3 @@ void ZelImageProcessorComposer::addProcessor(ZelImageProcessor* processor)
     static_cast<ZelImageProcessorComposerImpl*>(myImpl)->addProcessor(processor);
 }
 
-void ZelImageProcessorComposer::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorComposer::result() { return myImpl->result(); }
-QImage ZelImageProcessorComposer::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorComposer::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }

@@ -16,20 +16,17 @@ class ZelImageProcessorComposer : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorComposer();
+    Q_INVOKABLE ZelImageProcessorComposer() : ZelImageProcessorComposer(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorComposer(const QImage& image);
 
     // Appends to the chain.
     Q_INVOKABLE void addProcessor(ZelImageProcessor* processor);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

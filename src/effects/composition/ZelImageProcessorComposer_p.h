@@ -11,7 +11,6 @@ class ZelImageProcessorComposerImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorComposerImpl();
     explicit ZelImageProcessorComposerImpl(const QImage& image);
 
     void addProcessor(ZelImageProcessor* processor);
@@ -31,9 +30,6 @@ private:
 
     QList<QPointer<ZelImageProcessor>> myProcessors;
     bool myRunning = false;
-
-public:
-    ZelImageProcessorComposer* myPublic = nullptr;
 };
 
 #endif

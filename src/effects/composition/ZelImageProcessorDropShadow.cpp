@@ -69,11 +69,6 @@ class ZelImageProcessorDropShadowImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorDropShadowImpl()
-        : ZelImageProcessorImpl(tr("Schatten"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorDropShadowImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Schatten"))
     {
@@ -88,14 +83,6 @@ public:
 
 public slots:
     QImage result() override;
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorDropShadow>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorDropShadow>(sectionOfSourceImage(rect));
-    }
 
 protected:
     QString progressTitle() const override { return tr("Schatten"); }
@@ -137,9 +124,6 @@ private:
     void drawPrecomputedShadow(QImage& canvas, const QImage& shadow, const QRect& total) const;
     void drawOriginal(QImage& canvas, const QRect& placedOriginal) const;
     QImage blurShadow(const QImage& image, const QRect& unused);
-
-public:
-    ZelImageProcessorDropShadow* myPublic = nullptr;
 };
 
 const double ZelImageProcessorDropShadowImpl::mySupportSizeFactor = 1.5;
@@ -395,24 +379,12 @@ QSizeF ZelImageProcessorDropShadowImpl::totalScale() const
                   (scaled.height() + blurOffset()) / mySourceImage.height());
 }
 
-ZelImageProcessorDropShadow::ZelImageProcessorDropShadow()
-{
-    setProperty("ToolTip", tr("Dieser Effekt erzeugt einen Schatten"));
-    setProperty("IconName", QStringLiteral("ico_dropshadow"));
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorDropShadow::ZelImageProcessorDropShadow(const QImage& image)
     : ZelImageProcessor(image)
 {
     setProperty("ToolTip", tr("Dieser Effekt erzeugt einen Schatten"));
     setProperty("IconName", QStringLiteral("ico_dropshadow"));
-    initImplementation(&image);
-}
-
-void ZelImageProcessorDropShadow::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorDropShadowImpl>(this, image);
+    installImplementation(new ZelImageProcessorDropShadowImpl(image));
 }
 
 static ZelImageProcessorDropShadowImpl* shadowImpl(ZelImageProcessorImpl* impl)
@@ -445,10 +417,5 @@ QPainterPath ZelImageProcessorDropShadow::createAvoidRegion(const QRect& r, doub
     path.addRect(QRect(mapped.x() + i, mapped.y() + i, mapped.width() - shrink, mapped.height() - shrink));
     return path;
 }
-
-void ZelImageProcessorDropShadow::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorDropShadow::result() { return myImpl->result(); }
-QImage ZelImageProcessorDropShadow::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorDropShadow::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorDropShadow.moc"

@@ -23,7 +23,7 @@ class ZelImageProcessorDropShadow : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorDropShadow();
+    Q_INVOKABLE ZelImageProcessorDropShadow() : ZelImageProcessorDropShadow(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorDropShadow(const QImage& image);
 
     // Each stores its value as given, in the parameter's own units (intensity 0 ... 255).
@@ -45,13 +45,10 @@ public:
     static QPainterPath createAvoidRegion(const QRect& r, double scale, double inset);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

@@ -64,11 +64,6 @@ class ZelImageProcessorFotoCollageImpl : public ZelImageProcessorImpl
 public:
     using BackGroundMode = ZelImageProcessorFotoCollage::BackGroundMode;
 
-    ZelImageProcessorFotoCollageImpl()
-        : ZelImageProcessorImpl(tr("Collage"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorFotoCollageImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Collage"))
     {
@@ -148,9 +143,6 @@ private:
     int myBgHeight = 1200;
     QImage myBgTexture;
     BackGroundMode myBgMode = ZelImageProcessorFotoCollage::ColoredBackground;
-
-public:
-    ZelImageProcessorFotoCollage* myPublic = nullptr;
 };
 
 void ZelImageProcessorFotoCollageImpl::createParameterDescriptions()
@@ -415,24 +407,12 @@ QImage ZelImageProcessorFotoCollageImpl::fotoToCollageFromMultiPleImage()
     return canvas;
 }
 
-ZelImageProcessorFotoCollage::ZelImageProcessorFotoCollage()
-{
-    setProperty("ToolTip", tr("Fotocollage"));
-    setProperty("IconName", QStringLiteral("ico_collage"));
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorFotoCollage::ZelImageProcessorFotoCollage(const QImage& image)
     : ZelImageProcessor(image)
 {
     setProperty("ToolTip", tr("Fotocollage"));
     setProperty("IconName", QStringLiteral("ico_collage"));
-    initImplementation(&image);
-}
-
-void ZelImageProcessorFotoCollage::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorFotoCollageImpl>(this, image);
+    installImplementation(new ZelImageProcessorFotoCollageImpl(image));
 }
 
 static ZelImageProcessorFotoCollageImpl* collageImpl(ZelImageProcessorImpl* impl)
@@ -452,10 +432,5 @@ void ZelImageProcessorFotoCollage::setImages(const QList<QImage>& images) { coll
 void ZelImageProcessorFotoCollage::setBgSize(int width, int height) { collageImpl(myImpl)->setBgSize(width, height); }
 void ZelImageProcessorFotoCollage::setBgTexture(const QImage& texture) { collageImpl(myImpl)->setBgTexture(texture); }
 void ZelImageProcessorFotoCollage::setBgMode(BackGroundMode mode) { collageImpl(myImpl)->setBgMode(mode); }
-
-void ZelImageProcessorFotoCollage::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorFotoCollage::result() { return myImpl->result(); }
-QImage ZelImageProcessorFotoCollage::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorFotoCollage::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorFotoCollage.moc"

@@ -29,7 +29,7 @@ public:
     };
     Q_ENUM(BackGroundMode)
 
-    Q_INVOKABLE ZelImageProcessorFotoCollage();
+    Q_INVOKABLE ZelImageProcessorFotoCollage() : ZelImageProcessorFotoCollage(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorFotoCollage(const QImage& image);
 
     using ZelImageProcessor::setParameters;
@@ -44,13 +44,10 @@ public:
     Q_INVOKABLE void setBgMode(BackGroundMode mode);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

@@ -56,11 +56,6 @@ class ZelImageProcessorImageGridImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorImageGridImpl()
-        : ZelImageProcessorImpl(tr("Filmstreifen"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorImageGridImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Filmstreifen"))
         , myImages{image}
@@ -113,9 +108,6 @@ private:
 
     QList<QImage> myImages;
     int mySelectedIndex = -1;
-
-public:
-    ZelImageProcessorImageGrid* myPublic = nullptr;
 };
 
 void ZelImageProcessorImageGridImpl::createParameterDescriptions()
@@ -359,31 +351,19 @@ void ZelImageProcessorImageGridImpl::paintHolePath(QPainter& painter, const QPai
     painter.strokePath(path, holePen(total));
 }
 
-ZelImageProcessorImageGrid::ZelImageProcessorImageGrid()
-{
-    setProperty("ToolTip", tr("Dieser Effekt reiht mehrere Fotos aneinander "));
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorImageGrid::ZelImageProcessorImageGrid(const QImage& image)
     : ZelImageProcessor(image)
 {
     setProperty("ToolTip", tr("Dieser Effekt reiht mehrere Fotos aneinander "));
-    initImplementation(&image);
+    installImplementation(new ZelImageProcessorImageGridImpl(image));
 }
 
 ZelImageProcessorImageGrid::ZelImageProcessorImageGrid(const QList<QImage>& images)
     : ZelImageProcessor(images.value(0))
 {
     setProperty("ToolTip", tr("Dieser Effekt reiht mehrere Fotos aneinander "));
-    const QImage source = images.value(0);
-    initImplementation(&source);
+    installImplementation(new ZelImageProcessorImageGridImpl(images.value(0)));
     setImages(images);
-}
-
-void ZelImageProcessorImageGrid::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorImageGridImpl>(this, image);
 }
 
 static ZelImageProcessorImageGridImpl* gridImpl(ZelImageProcessorImpl* impl)
@@ -409,10 +389,5 @@ int ZelImageProcessorImageGrid::normalizedCoordinatesToImageIndex(const QPointF&
 }
 void ZelImageProcessorImageGrid::setSelectedIndex(int index) { gridImpl(myImpl)->setSelectedIndex(index); }
 int ZelImageProcessorImageGrid::selectedIndex() const { return gridImpl(myImpl)->selectedIndex(); }
-
-void ZelImageProcessorImageGrid::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorImageGrid::result() { return myImpl->result(); }
-QImage ZelImageProcessorImageGrid::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorImageGrid::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorImageGrid.moc"

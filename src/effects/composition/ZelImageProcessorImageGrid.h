@@ -19,7 +19,7 @@ class ZelImageProcessorImageGrid : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorImageGrid();
+    Q_INVOKABLE ZelImageProcessorImageGrid() : ZelImageProcessorImageGrid(QImage()) {}
     // The one photo is the whole list.
     Q_INVOKABLE explicit ZelImageProcessorImageGrid(const QImage& image);
     // The first photo is the source image the previews are computed on.
@@ -47,16 +47,13 @@ public:
     Q_INVOKABLE int normalizedCoordinatesToImageIndex(const QPointF& p) const;
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
     // -1: no photo is selected.
     void setSelectedIndex(int index);
     int selectedIndex() const;
-
-private:
-    void initImplementation(const QImage* image);
 };
 
 #endif

@@ -40,10 +40,6 @@ class ZelImageProcessorPhotosInPhotoImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorPhotosInPhotoImpl()
-        : ZelImageProcessorImpl(QString())
-    {
-    }
     explicit ZelImageProcessorPhotosInPhotoImpl(const QImage& image)
         : ZelImageProcessorImpl(image, QString())
     {
@@ -54,14 +50,6 @@ public:
 
 public slots:
     QImage result() override { return photosInPhoto(sourceImage(), myImageFileList, myBlockSize); }
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorPhotosInPhoto>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorPhotosInPhoto>(sectionOfSourceImage(rect));
-    }
 
 private:
     QImage photosInPhoto(const QImage& source, const QStringList& files, const QSize& block);
@@ -75,9 +63,6 @@ private:
 
     QSize myBlockSize{-1, -1};
     QStringList myImageFileList;
-
-public:
-    ZelImageProcessorPhotosInPhoto* myPublic = nullptr;
 };
 
 bool ZelImageProcessorPhotosInPhotoImpl::makeThumbnails(const QStringList& files, const QSize& block,
@@ -148,20 +133,10 @@ QImage ZelImageProcessorPhotosInPhotoImpl::photosInPhoto(const QImage& source, c
     return canvas;
 }
 
-ZelImageProcessorPhotosInPhoto::ZelImageProcessorPhotosInPhoto()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorPhotosInPhoto::ZelImageProcessorPhotosInPhoto(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorPhotosInPhoto::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorPhotosInPhotoImpl>(this, image);
+    installImplementation(new ZelImageProcessorPhotosInPhotoImpl(image));
 }
 
 void ZelImageProcessorPhotosInPhoto::setBlockSize(const QSize& size)
@@ -173,10 +148,5 @@ void ZelImageProcessorPhotosInPhoto::setImageFileList(const QStringList& files)
 {
     static_cast<ZelImageProcessorPhotosInPhotoImpl*>(myImpl)->setImageFileList(files);
 }
-
-void ZelImageProcessorPhotosInPhoto::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorPhotosInPhoto::result() { return myImpl->result(); }
-QImage ZelImageProcessorPhotosInPhoto::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorPhotosInPhoto::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorPhotosInPhoto.moc"

@@ -18,20 +18,17 @@ class ZelImageProcessorPhotosInPhoto : public ZelImageProcessor
     Q_OBJECT
     Q_CLASSINFO("ZelBenchmark", "skip: needs photo files and a block size (setImageFileList, setBlockSize)")
 public:
-    Q_INVOKABLE ZelImageProcessorPhotosInPhoto();
+    Q_INVOKABLE ZelImageProcessorPhotosInPhoto() : ZelImageProcessorPhotosInPhoto(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorPhotosInPhoto(const QImage& image);
 
     Q_INVOKABLE void setBlockSize(const QSize& size);
     Q_INVOKABLE void setImageFileList(const QStringList& files);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

@@ -29,11 +29,6 @@ class ZelImageProcessorIllusionImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorIllusionImpl()
-        : ZelImageProcessorImpl(tr("Prismenlinsen"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorIllusionImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Prismenlinsen"))
     {
@@ -66,9 +61,6 @@ private:
     double myCentreX = 0;
     double myCentreY = 0;
     double myHalfWedgeAngle = 0;
-
-public:
-    ZelImageProcessorIllusion* myPublic = nullptr;
 };
 
 void ZelImageProcessorIllusionImpl::createParameterDescriptions()
@@ -139,22 +131,12 @@ QImage ZelImageProcessorIllusionImpl::result()
     return image;
 }
 
-ZelImageProcessorIllusion::ZelImageProcessorIllusion()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorIllusion::ZelImageProcessorIllusion(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorIllusion::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Prismenlinse"));
     setProperty("IconName", QStringLiteral("ico_prisma"));
-    installImplementation<ZelImageProcessorIllusionImpl>(this, image);
+    installImplementation(new ZelImageProcessorIllusionImpl(image));
 }
 
 void ZelImageProcessorIllusion::setParameters(int sectionCount)
@@ -166,10 +148,5 @@ void ZelImageProcessorIllusion::setSectionCount(int sectionCount)
 {
     static_cast<ZelImageProcessorIllusionImpl*>(myImpl)->setSectionCount(sectionCount);
 }
-
-void ZelImageProcessorIllusion::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorIllusion::result() { return myImpl->result(); }
-QImage ZelImageProcessorIllusion::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorIllusion::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorIllusion.moc"

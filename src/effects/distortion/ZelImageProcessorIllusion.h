@@ -15,7 +15,7 @@ class ZelImageProcessorIllusion : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorIllusion();
+    Q_INVOKABLE ZelImageProcessorIllusion() : ZelImageProcessorIllusion(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorIllusion(const QImage& image);
 
     using ZelImageProcessor::setParameters;
@@ -23,13 +23,10 @@ public:
     Q_INVOKABLE void setSectionCount(int sectionCount);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

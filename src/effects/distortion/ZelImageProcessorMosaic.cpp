@@ -32,11 +32,6 @@ class ZelImageProcessorMosaicImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorMosaicImpl()
-        : ZelImageProcessorImpl(tr("Blöcke"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorMosaicImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Blöcke"))
     {
@@ -72,9 +67,6 @@ private:
     }
 
     int myBlockSizeInPixels = 0;
-
-public:
-    ZelImageProcessorMosaic* myPublic = nullptr;
 };
 
 void ZelImageProcessorMosaicImpl::createParameterDescriptions()
@@ -119,32 +111,17 @@ QImage ZelImageProcessorMosaicImpl::result()
     return image;
 }
 
-ZelImageProcessorMosaic::ZelImageProcessorMosaic()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorMosaic::ZelImageProcessorMosaic(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorMosaic::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Blöcke"));
     setProperty("IconName", QStringLiteral("ico_tiles"));
-    installImplementation<ZelImageProcessorMosaicImpl>(this, image);
+    installImplementation(new ZelImageProcessorMosaicImpl(image));
 }
 
 void ZelImageProcessorMosaic::setParameters(int blockSize)
 {
     static_cast<ZelImageProcessorMosaicImpl*>(myImpl)->setParameters(blockSize);
 }
-
-void ZelImageProcessorMosaic::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorMosaic::result() { return myImpl->result(); }
-QImage ZelImageProcessorMosaic::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorMosaic::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorMosaic.moc"

@@ -15,20 +15,17 @@ class ZelImageProcessorMosaic : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorMosaic();
+    Q_INVOKABLE ZelImageProcessorMosaic() : ZelImageProcessorMosaic(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorMosaic(const QImage& image);
 
     using ZelImageProcessor::setParameters;
     Q_INVOKABLE void setParameters(int blockSize);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

@@ -170,11 +170,6 @@ class ZelImageProcessorRippleImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorRippleImpl()
-        : ZelImageProcessorImpl(tr("Wasserringe"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorRippleImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Wasserringe"))
     {
@@ -220,9 +215,6 @@ private:
 
     int myWaveLengthInPixels = 0;
     int myAmplitudeInPixels = 0;
-
-public:
-    ZelImageProcessorRipple* myPublic = nullptr;
 };
 
 void ZelImageProcessorRippleImpl::createParameterDescriptions()
@@ -263,32 +255,17 @@ QImage ZelImageProcessorRippleImpl::result()
     return image;
 }
 
-ZelImageProcessorRipple::ZelImageProcessorRipple()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorRipple::ZelImageProcessorRipple(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorRipple::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Wasserringe"));
     setProperty("IconName", QStringLiteral("ico_water_wave"));
-    installImplementation<ZelImageProcessorRippleImpl>(this, image);
+    installImplementation(new ZelImageProcessorRippleImpl(image));
 }
 
 void ZelImageProcessorRipple::setParameters(int waveLength, int amplitude)
 {
     static_cast<ZelImageProcessorRippleImpl*>(myImpl)->setParameters(waveLength, amplitude);
 }
-
-void ZelImageProcessorRipple::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorRipple::result() { return myImpl->result(); }
-QImage ZelImageProcessorRipple::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorRipple::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorRipple.moc"

@@ -43,11 +43,6 @@ class ZelImageProcessorSoftLenseImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorSoftLenseImpl()
-        : ZelImageProcessorImpl(tr("Radialer Weichzeichner"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorSoftLenseImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Radialer Weichzeichner"))
     {
@@ -102,37 +97,19 @@ private:
         preview.setParameters(softness);
         return preview.result();
     }
-
-public:
-    ZelImageProcessorSoftLense* myPublic = nullptr;
 };
-
-ZelImageProcessorSoftLense::ZelImageProcessorSoftLense()
-{
-    initImplementation(nullptr);
-}
 
 ZelImageProcessorSoftLense::ZelImageProcessorSoftLense(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorSoftLense::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Radialer Weichzeichner"));
     setProperty("IconName", QStringLiteral("ico_radial_blur"));
-    installImplementation<ZelImageProcessorSoftLenseImpl>(this, image);
+    installImplementation(new ZelImageProcessorSoftLenseImpl(image));
 }
 
 void ZelImageProcessorSoftLense::setParameters(int softness)
 {
     static_cast<ZelImageProcessorSoftLenseImpl*>(myImpl)->setParameters(softness);
 }
-
-void ZelImageProcessorSoftLense::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorSoftLense::result() { return myImpl->result(); }
-QImage ZelImageProcessorSoftLense::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorSoftLense::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorSoftLense.moc"

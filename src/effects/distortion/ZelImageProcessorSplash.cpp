@@ -29,11 +29,6 @@ class ZelImageProcessorSplashImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorSplashImpl()
-        : ZelImageProcessorImpl(tr("Sprüheffekt"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorSplashImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Sprüheffekt"))
     {
@@ -43,8 +38,6 @@ public:
     using ZelImageProcessorImpl::setParameters;
     void setParameters(int density) { parameters().setValue(QStringLiteral("ADensity"), density); }
     int density() const { return myParameters.value(QStringLiteral("ADensity")).toInt(); }
-
-    ZelImageProcessorSplash* myPublic = nullptr;
 
 public slots:
     QImage result() override { return applySplash(sourceImage(), density()); }
@@ -99,32 +92,17 @@ QImage ZelImageProcessorSplashImpl::applySplash(const QImage& source, int densit
     return out;
 }
 
-ZelImageProcessorSplash::ZelImageProcessorSplash()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorSplash::ZelImageProcessorSplash(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorSplash::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Sprüheffekt"));
     setProperty("IconName", QStringLiteral("ico_spray"));
-    installImplementation<ZelImageProcessorSplashImpl>(this, image);
+    installImplementation(new ZelImageProcessorSplashImpl(image));
 }
 
 void ZelImageProcessorSplash::setParameters(int density)
 {
     static_cast<ZelImageProcessorSplashImpl*>(myImpl)->setParameters(density);
 }
-
-void ZelImageProcessorSplash::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorSplash::result() { return myImpl->result(); }
-QImage ZelImageProcessorSplash::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorSplash::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorSplash.moc"

@@ -16,20 +16,17 @@ class ZelImageProcessorSplash : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorSplash();
+    Q_INVOKABLE ZelImageProcessorSplash() : ZelImageProcessorSplash(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorSplash(const QImage& image);
 
     using ZelImageProcessor::setParameters;
     Q_INVOKABLE void setParameters(int density);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

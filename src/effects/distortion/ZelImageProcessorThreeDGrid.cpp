@@ -85,11 +85,6 @@ class ZelImageProcessorThreeDGridImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorThreeDGridImpl()
-        : ZelImageProcessorImpl(tr("3D Kacheln"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorThreeDGridImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("3D Kacheln"))
     {
@@ -141,9 +136,6 @@ private:
 
     int myCellSizeInPixels = 0;
     int myLineDepth = 0;
-
-public:
-    ZelImageProcessorThreeDGrid* myPublic = nullptr;
 };
 
 void ZelImageProcessorThreeDGridImpl::createParameterDescriptions()
@@ -183,32 +175,17 @@ QImage ZelImageProcessorThreeDGridImpl::threeDGrid(const QImage& image)
     return out;
 }
 
-ZelImageProcessorThreeDGrid::ZelImageProcessorThreeDGrid()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorThreeDGrid::ZelImageProcessorThreeDGrid(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorThreeDGrid::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("3D Gitter"));
     setProperty("IconName", QStringLiteral("ico_3d_tiles"));
-    installImplementation<ZelImageProcessorThreeDGridImpl>(this, image);
+    installImplementation(new ZelImageProcessorThreeDGridImpl(image));
 }
 
 void ZelImageProcessorThreeDGrid::setParameters(int cellSize, int lineDepth)
 {
     static_cast<ZelImageProcessorThreeDGridImpl*>(myImpl)->setParameters(cellSize, lineDepth);
 }
-
-void ZelImageProcessorThreeDGrid::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorThreeDGrid::result() { return myImpl->result(); }
-QImage ZelImageProcessorThreeDGrid::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorThreeDGrid::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorThreeDGrid.moc"

@@ -19,11 +19,6 @@ class ZelImageProcessorBackgroundImageImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorBackgroundImageImpl()
-        : ZelImageProcessorImpl(tr("Weichzeichner"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorBackgroundImageImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Weichzeichner"))
     {
@@ -61,14 +56,6 @@ public slots:
         disconnectProgressSignalizer();
         return background;
     }
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorBackgroundImage>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorBackgroundImage>(sectionOfSourceImage(rect));
-    }
 
 protected:
     QString progressTitle() const override { return tr("Weichzeichner"); }
@@ -92,28 +79,15 @@ private:
         step.setEnabled(true);
         addParameter(key, step, row, 0);
     }
-
-public:
-    ZelImageProcessorBackgroundImage* myPublic = nullptr;
 };
-
-ZelImageProcessorBackgroundImage::ZelImageProcessorBackgroundImage()
-{
-    initImplementation(nullptr);
-}
 
 ZelImageProcessorBackgroundImage::ZelImageProcessorBackgroundImage(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorBackgroundImage::initImplementation(const QImage* image)
-{
     // The trailing blank is the application's.
     setProperty("ToolTip", tr("Hintergrundbild erzeugen "));
     setProperty("IconName", QStringLiteral("ico_blur"));
-    installImplementation<ZelImageProcessorBackgroundImageImpl>(this, image);
+    installImplementation(new ZelImageProcessorBackgroundImageImpl(image));
 }
 
 namespace {
@@ -135,10 +109,5 @@ int ZelImageProcessorBackgroundImage::unsharpenStrengthDenormalized() const
 {
     return backgroundImpl(myImpl)->unsharpenStrengthDenormalized();
 }
-
-void ZelImageProcessorBackgroundImage::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorBackgroundImage::result() { return myImpl->result(); }
-QImage ZelImageProcessorBackgroundImage::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorBackgroundImage::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorBackgroundImage.moc"

@@ -15,7 +15,7 @@ class ZelImageProcessorBackgroundImage : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorBackgroundImage();
+    Q_INVOKABLE ZelImageProcessorBackgroundImage() : ZelImageProcessorBackgroundImage(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorBackgroundImage(const QImage& image);
 
     using ZelImageProcessor::setParameters;
@@ -30,13 +30,10 @@ public:
     int unsharpenStrengthDenormalized() const;
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

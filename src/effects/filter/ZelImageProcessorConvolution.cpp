@@ -186,11 +186,6 @@ class ZelImageProcessorConvolutionImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorConvolutionImpl()
-        : ZelImageProcessorImpl(tr("Faltung"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorConvolutionImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Faltung"))
     {
@@ -274,9 +269,6 @@ private:
     QVector<int> myKernel1D;
     bool mySeparable = false;
     double myFactor = 1.0;
-
-public:
-    ZelImageProcessorConvolution* myPublic = nullptr;
 };
 
 void ZelImageProcessorConvolutionImpl::createParameterDescriptions()
@@ -521,20 +513,10 @@ QImage ZelImageProcessorConvolutionImpl::filterAlongY(QImage image, const QVecto
 
 // ---------------------------------------------------------------------------------------------
 
-ZelImageProcessorConvolution::ZelImageProcessorConvolution()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorConvolution::ZelImageProcessorConvolution(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorConvolution::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorConvolutionImpl>(this, image);
+    installImplementation(new ZelImageProcessorConvolutionImpl(image));
 }
 
 void ZelImageProcessorConvolution::setParameters(const QVector<int>& kernel, double factor)
@@ -557,10 +539,5 @@ QPainterPath ZelImageProcessorConvolution::regionToAvoid() const
 {
     return static_cast<const ZelImageProcessorConvolutionImpl*>(myImpl)->regionToAvoid();
 }
-
-void ZelImageProcessorConvolution::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorConvolution::result() { return myImpl->result(); }
-QImage ZelImageProcessorConvolution::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorConvolution::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorConvolution.moc"

@@ -37,7 +37,7 @@ class ZelImageProcessorConvolution : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorConvolution();
+    Q_INVOKABLE ZelImageProcessorConvolution() : ZelImageProcessorConvolution(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorConvolution(const QImage& image);
 
     using ZelImageProcessor::setParameters;
@@ -52,13 +52,10 @@ public:
     QPainterPath regionToAvoid() const;
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

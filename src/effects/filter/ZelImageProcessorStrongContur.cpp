@@ -22,10 +22,6 @@ class ZelImageProcessorStrongConturImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorStrongConturImpl()
-        : ZelImageProcessorImpl(tr("Starke Konturen"))
-    {
-    }
     explicit ZelImageProcessorStrongConturImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Starke Konturen"))
     {
@@ -33,17 +29,6 @@ public:
 
 public slots:
     QImage result() override;
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorStrongContur>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorStrongContur>(sectionOfSourceImage(rect));
-    }
-
-public:
-    ZelImageProcessorStrongContur* myPublic = nullptr;
 };
 
 QImage ZelImageProcessorStrongConturImpl::result()
@@ -66,27 +51,12 @@ QImage ZelImageProcessorStrongConturImpl::result()
     return contour;
 }
 
-ZelImageProcessorStrongContur::ZelImageProcessorStrongContur()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorStrongContur::ZelImageProcessorStrongContur(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorStrongContur::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Kontur zeichnen, stark"));
     setProperty("IconName", QStringLiteral("ico_strong_contur"));
-    installImplementation<ZelImageProcessorStrongConturImpl>(this, image);
+    installImplementation(new ZelImageProcessorStrongConturImpl(image));
 }
-
-void ZelImageProcessorStrongContur::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorStrongContur::result() { return myImpl->result(); }
-QImage ZelImageProcessorStrongContur::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorStrongContur::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorStrongContur.moc"

@@ -10,10 +10,6 @@ class ZelImageProcessorWeakConturImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorWeakConturImpl()
-        : ZelImageProcessorImpl(tr("Schwache Konturen"))
-    {
-    }
     explicit ZelImageProcessorWeakConturImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Schwache Konturen"))
     {
@@ -21,17 +17,6 @@ public:
 
 public slots:
     QImage result() override;
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorWeakContur>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorWeakContur>(sectionOfSourceImage(rect));
-    }
-
-public:
-    ZelImageProcessorWeakContur* myPublic = nullptr;
 };
 
 QImage ZelImageProcessorWeakConturImpl::result()
@@ -50,27 +35,12 @@ QImage ZelImageProcessorWeakConturImpl::result()
     return contour;
 }
 
-ZelImageProcessorWeakContur::ZelImageProcessorWeakContur()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorWeakContur::ZelImageProcessorWeakContur(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorWeakContur::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Kontur zeichnen, schwach"));
     setProperty("IconName", QStringLiteral("ico_weak_contur"));
-    installImplementation<ZelImageProcessorWeakConturImpl>(this, image);
+    installImplementation(new ZelImageProcessorWeakConturImpl(image));
 }
-
-void ZelImageProcessorWeakContur::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorWeakContur::result() { return myImpl->result(); }
-QImage ZelImageProcessorWeakContur::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorWeakContur::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorWeakContur.moc"

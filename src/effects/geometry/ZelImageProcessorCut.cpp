@@ -35,11 +35,6 @@ class ZelImageProcessorCutImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorCutImpl()
-        : ZelImageProcessorImpl(tr("Ausschneiden"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorCutImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Ausschneiden"))
     {
@@ -48,8 +43,6 @@ public:
 
     QRectF rect() const { return myParameters.value(QStringLiteral("Rect")).toRectF(); }
     void setRect(const QRectF& rect) { myParameters.setValue(QStringLiteral("Rect"), rect); }
-
-    ZelImageProcessorCut* myPublic = nullptr;
 
 public slots:
     QImage result() override
@@ -96,32 +89,17 @@ private:
     }
 };
 
-ZelImageProcessorCut::ZelImageProcessorCut()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorCut::ZelImageProcessorCut(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorCut::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Ausschneiden"));
     setProperty("IconName", QStringLiteral("ico_cut"));
-    installImplementation<ZelImageProcessorCutImpl>(this, image);
+    installImplementation(new ZelImageProcessorCutImpl(image));
 }
 
 void ZelImageProcessorCut::setRect(const QRectF& rect)
 {
     static_cast<ZelImageProcessorCutImpl*>(myImpl)->setRect(rect);
 }
-
-void ZelImageProcessorCut::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorCut::result() { return myImpl->result(); }
-QImage ZelImageProcessorCut::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorCut::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorCut.moc"

@@ -12,20 +12,17 @@ class ZelImageProcessorCut : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorCut();
+    Q_INVOKABLE ZelImageProcessorCut() : ZelImageProcessorCut(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorCut(const QImage& image);
 
     // Writes the parameter "Rect".
     Q_INVOKABLE void setRect(const QRectF& rect);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

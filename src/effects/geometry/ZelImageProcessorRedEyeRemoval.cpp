@@ -78,10 +78,6 @@ class ZelImageProcessorRedEyeRemovalImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorRedEyeRemovalImpl()
-        : ZelImageProcessorImpl(tr("Rote Augen Korrektur"))
-    {
-    }
     explicit ZelImageProcessorRedEyeRemovalImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Rote Augen Korrektur"))
     {
@@ -93,8 +89,6 @@ public:
         myFlag = flag;
     }
     bool removed() const { return myRemoved; }
-
-    ZelImageProcessorRedEyeRemoval* myPublic = nullptr;
 
 public slots:
     QImage result() override
@@ -198,23 +192,13 @@ private:
     bool myRemoved = false;
 };
 
-ZelImageProcessorRedEyeRemoval::ZelImageProcessorRedEyeRemoval()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorRedEyeRemoval::ZelImageProcessorRedEyeRemoval(const QImage& image)
     : ZelImageProcessor(image)
-{
-    initImplementation(&image);
-}
-
-void ZelImageProcessorRedEyeRemoval::initImplementation(const QImage* image)
 {
     // The trailing blank is the application's, kept as it is.
     setProperty("ToolTip", tr("Rote Augen im Foto finden und entfernen "));
     setProperty("IconName", QStringLiteral("ico_red_eyes"));
-    installImplementation<ZelImageProcessorRedEyeRemovalImpl>(this, image);
+    installImplementation(new ZelImageProcessorRedEyeRemovalImpl(image));
 }
 
 void ZelImageProcessorRedEyeRemoval::setParameters(const QRect& region, bool flag)
@@ -226,10 +210,5 @@ bool ZelImageProcessorRedEyeRemoval::removed() const
 {
     return static_cast<const ZelImageProcessorRedEyeRemovalImpl*>(myImpl)->removed();
 }
-
-void ZelImageProcessorRedEyeRemoval::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorRedEyeRemoval::result() { return myImpl->result(); }
-QImage ZelImageProcessorRedEyeRemoval::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorRedEyeRemoval::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorRedEyeRemoval.moc"

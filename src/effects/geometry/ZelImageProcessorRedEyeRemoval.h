@@ -14,7 +14,7 @@ class ZelImageProcessorRedEyeRemoval : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorRedEyeRemoval();
+    Q_INVOKABLE ZelImageProcessorRedEyeRemoval() : ZelImageProcessorRedEyeRemoval(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorRedEyeRemoval(const QImage& image);
 
     using ZelImageProcessor::setParameters;
@@ -24,13 +24,10 @@ public:
     Q_INVOKABLE bool removed() const;
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

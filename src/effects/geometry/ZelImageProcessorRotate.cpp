@@ -7,11 +7,6 @@ class ZelImageProcessorRotateImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorRotateImpl()
-        : ZelImageProcessorImpl(tr("Rotieren"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorRotateImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Rotieren"))
     {
@@ -20,8 +15,6 @@ public:
 
     double degrees() const { return myParameters.value(QStringLiteral("Degrees")).toDouble(); }
     void setDegrees(double degrees) { myParameters.setValue(QStringLiteral("Degrees"), degrees); }
-
-    ZelImageProcessorRotate* myPublic = nullptr;
 
 public slots:
     QImage result() override
@@ -55,32 +48,17 @@ private:
     }
 };
 
-ZelImageProcessorRotate::ZelImageProcessorRotate()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorRotate::ZelImageProcessorRotate(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorRotate::initImplementation(const QImage* image)
-{
     // Lower-case "toolTip" and the trailing blank are the application's, kept as they are.
     setProperty("toolTip", tr("Aktuelles Foto rotieren "));
-    installImplementation<ZelImageProcessorRotateImpl>(this, image);
+    installImplementation(new ZelImageProcessorRotateImpl(image));
 }
 
 void ZelImageProcessorRotate::setDegrees(double degrees)
 {
     static_cast<ZelImageProcessorRotateImpl*>(myImpl)->setDegrees(degrees);
 }
-
-void ZelImageProcessorRotate::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorRotate::result() { return myImpl->result(); }
-QImage ZelImageProcessorRotate::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorRotate::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorRotate.moc"

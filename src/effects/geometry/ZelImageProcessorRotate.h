@@ -9,20 +9,17 @@ class ZelImageProcessorRotate : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorRotate();
+    Q_INVOKABLE ZelImageProcessorRotate() : ZelImageProcessorRotate(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorRotate(const QImage& image);
 
     // Writes the parameter "Degrees".
     Q_INVOKABLE void setDegrees(double degrees);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

@@ -7,10 +7,6 @@ class ZelImageProcessorScaleImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorScaleImpl()
-        : ZelImageProcessorImpl(tr("Skalieren"))
-    {
-    }
     explicit ZelImageProcessorScaleImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Skalieren"))
     {
@@ -21,8 +17,6 @@ public:
         myHorizontalFactor = horizontal;
         myVerticalFactor = vertical;
     }
-
-    ZelImageProcessorScale* myPublic = nullptr;
 
 public slots:
     QImage result() override
@@ -36,14 +30,6 @@ public slots:
         return scaled;
     }
     // Deliberately without the factors: previews show the image at factor 1.0.
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorScale>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorScale>(sectionOfSourceImage(rect));
-    }
 
 protected:
     QString progressTitle() const override { return effectName(); }
@@ -53,33 +39,18 @@ private:
     double myVerticalFactor = 1.0;
 };
 
-ZelImageProcessorScale::ZelImageProcessorScale()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorScale::ZelImageProcessorScale(const QImage& image)
     : ZelImageProcessor(image)
-{
-    initImplementation(&image);
-}
-
-void ZelImageProcessorScale::initImplementation(const QImage* image)
 {
     // Lower-case "toolTip" and the trailing blank are the application's, kept as they are.
     setProperty("toolTip", tr("Breite und Höhe des Fotos ändern "));
     setProperty("IconName", QStringLiteral("ico_scale"));
-    installImplementation<ZelImageProcessorScaleImpl>(this, image);
+    installImplementation(new ZelImageProcessorScaleImpl(image));
 }
 
 void ZelImageProcessorScale::setParameters(double horizontal, double vertical)
 {
     static_cast<ZelImageProcessorScaleImpl*>(myImpl)->setFactors(horizontal, vertical);
 }
-
-void ZelImageProcessorScale::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorScale::result() { return myImpl->result(); }
-QImage ZelImageProcessorScale::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorScale::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorScale.moc"

@@ -9,7 +9,7 @@ class ZelImageProcessorScale : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorScale();
+    Q_INVOKABLE ZelImageProcessorScale() : ZelImageProcessorScale(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorScale(const QImage& image);
 
     using ZelImageProcessor::setParameters;
@@ -17,13 +17,10 @@ public:
     Q_INVOKABLE void setParameters(double horizontal, double vertical);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

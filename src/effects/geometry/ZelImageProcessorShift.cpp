@@ -69,10 +69,6 @@ class ZelImageProcessorShiftImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorShiftImpl()
-        : ZelImageProcessorImpl(QString())
-    {
-    }
     explicit ZelImageProcessorShiftImpl(const QImage& image)
         : ZelImageProcessorImpl(image, QString())
     {
@@ -80,18 +76,8 @@ public:
 
     void setShiftValue(int maximumShift) { myMaximumShift = maximumShift; }
 
-    ZelImageProcessorShift* myPublic = nullptr;
-
 public slots:
     QImage result() override { return applyShift(sourceImage(), myMaximumShift); }
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorShift>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorShift>(sectionOfSourceImage(rect));
-    }
 
 private:
     // A cancel returns the input unchanged, without finished.
@@ -114,30 +100,15 @@ private:
     int myMaximumShift = 10;
 };
 
-ZelImageProcessorShift::ZelImageProcessorShift()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorShift::ZelImageProcessorShift(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorShift::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorShiftImpl>(this, image);
+    installImplementation(new ZelImageProcessorShiftImpl(image));
 }
 
 void ZelImageProcessorShift::setShiftValue(int maximumShift)
 {
     static_cast<ZelImageProcessorShiftImpl*>(myImpl)->setShiftValue(maximumShift);
 }
-
-void ZelImageProcessorShift::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorShift::result() { return myImpl->result(); }
-QImage ZelImageProcessorShift::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorShift::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorShift.moc"

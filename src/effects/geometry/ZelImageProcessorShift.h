@@ -13,20 +13,17 @@ class ZelImageProcessorShift : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorShift();
+    Q_INVOKABLE ZelImageProcessorShift() : ZelImageProcessorShift(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorShift(const QImage& image);
 
     // The maximum shift in pixels.
     Q_INVOKABLE void setShiftValue(int maximumShift);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

@@ -15,11 +15,6 @@ class ZelImageProcessorArcImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorArcImpl()
-        : ZelImageProcessorImpl(tr("Kreisbogen"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorArcImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Kreisbogen"))
     {
@@ -42,21 +37,9 @@ public:
 public slots:
     QImage result() override
     {
-        connectProgressSignalizer();
-        const QImage source = sourceImage();
-        const QImage bent = createMagickWandWrapper().arc(source, arcAngle(), rotateAngle(), outerRadius() / 100.0,
-                                                          innerRadius() / 100.0);
-        disconnectProgressSignalizer();
-        emit finished(false);
-        return bent;
-    }
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorArc>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorArc>(sectionOfSourceImage(rect));
+        return magickResult([&](ZelMagickWandWrapper& magick, const QImage& source) {
+            return magick.arc(source, arcAngle(), rotateAngle(), outerRadius() / 100.0, innerRadius() / 100.0);
+        });
     }
 
 protected:
@@ -70,37 +53,19 @@ private:
         addNumberParameter(kInnerRadius, tr("Innenradius"), 25, 0, 100, 2, 0);
         addNumberParameter(kOuterRadius, tr("Außenradius"), 75, 0, 100, 3, 0);
     }
-
-public:
-    ZelImageProcessorArc* myPublic = nullptr;
 };
-
-ZelImageProcessorArc::ZelImageProcessorArc()
-{
-    initImplementation(nullptr);
-}
 
 ZelImageProcessorArc::ZelImageProcessorArc(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorArc::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Foto in einen Kreisbogen umwandeln "));
     setProperty("IconName", QStringLiteral("ico_arc"));
-    installImplementation<ZelImageProcessorArcImpl>(this, image);
+    installImplementation(new ZelImageProcessorArcImpl(image));
 }
 
 void ZelImageProcessorArc::setParameters(int arcAngle, int rotateAngle, double innerRadius, double outerRadius)
 {
     static_cast<ZelImageProcessorArcImpl*>(myImpl)->setParameters(arcAngle, rotateAngle, innerRadius, outerRadius);
 }
-
-void ZelImageProcessorArc::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorArc::result() { return myImpl->result(); }
-QImage ZelImageProcessorArc::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorArc::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorArc.moc"

@@ -14,7 +14,7 @@ class ZelImageProcessorArc : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorArc();
+    Q_INVOKABLE ZelImageProcessorArc() : ZelImageProcessorArc(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorArc(const QImage& image);
 
     using ZelImageProcessor::setParameters;
@@ -22,13 +22,10 @@ public:
     Q_INVOKABLE void setParameters(int arcAngle, int rotateAngle, double innerRadius, double outerRadius);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

@@ -38,11 +38,6 @@ class ZelImageProcessorCharcoalImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorCharcoalImpl()
-        : ZelImageProcessorImpl(tr("Kohlezeichnung"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorCharcoalImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Kohlezeichnung"))
     {
@@ -51,14 +46,6 @@ public:
 
 public slots:
     QImage result() override;
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorCharcoal>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorCharcoal>(sectionOfSourceImage(rect));
-    }
 
 protected:
     QString progressTitle() const override { return tr("Kohlezeichnung"); }
@@ -71,9 +58,6 @@ private:
     template <typename Sum>
     QImage edges(const QImage& image, const QVector<QVector<int> >& horizontal, double factor);
     QImage softened(const QImage& image);
-
-public:
-    ZelImageProcessorCharcoal* myPublic = nullptr;
 };
 
 QImage ZelImageProcessorCharcoalImpl::result()
@@ -155,27 +139,12 @@ QImage ZelImageProcessorCharcoalImpl::softened(const QImage& image)
     return applySubProcessor(&blur);
 }
 
-ZelImageProcessorCharcoal::ZelImageProcessorCharcoal()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorCharcoal::ZelImageProcessorCharcoal(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorCharcoal::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Dieser Effekt vermittelt den Eindruck einer Kohlezeichnung "));
     setProperty("IconName", QStringLiteral("ico_charcoal"));
-    installImplementation<ZelImageProcessorCharcoalImpl>(this, image);
+    installImplementation(new ZelImageProcessorCharcoalImpl(image));
 }
-
-void ZelImageProcessorCharcoal::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorCharcoal::result() { return myImpl->result(); }
-QImage ZelImageProcessorCharcoal::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorCharcoal::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorCharcoal.moc"

@@ -21,17 +21,14 @@ class ZelImageProcessorCharcoal : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorCharcoal();
+    Q_INVOKABLE ZelImageProcessorCharcoal() : ZelImageProcessorCharcoal(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorCharcoal(const QImage& image);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

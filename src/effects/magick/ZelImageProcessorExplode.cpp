@@ -11,11 +11,6 @@ class ZelImageProcessorExplodeImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorExplodeImpl()
-        : ZelImageProcessorImpl(tr("Explosion"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorExplodeImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Explosion"))
     {
@@ -27,21 +22,11 @@ public:
 public slots:
     QImage result() override
     {
-        connectProgressSignalizer();
-        const QImage source = sourceImage();
-        // Deliberately not negated: the explosion implodes like the implosion.
-        const QImage exploded = createMagickWandWrapper().explode(source, strength());
-        disconnectProgressSignalizer();
-        emit finished(false);
-        return exploded;
-    }
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorExplode>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorExplode>(sectionOfSourceImage(rect));
+        // Not negated: settings saved by existing installations expect an explosion that
+        // implodes like the implosion.
+        return magickResult([&](ZelMagickWandWrapper& magick, const QImage& source) {
+            return magick.explode(source, strength());
+        });
     }
 
 protected:
@@ -53,32 +38,14 @@ private:
     {
         addNumberParameter(kStrength, tr("Stärke"), 0, 0, 100, 0, 0);
     }
-
-public:
-    ZelImageProcessorExplode* myPublic = nullptr;
 };
-
-ZelImageProcessorExplode::ZelImageProcessorExplode()
-{
-    initImplementation(nullptr);
-}
 
 ZelImageProcessorExplode::ZelImageProcessorExplode(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorExplode::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Dieser Effekt vermittelt den Eindruck einer Explosion "));
     setProperty("IconName", QStringLiteral("ico_explosion"));
-    installImplementation<ZelImageProcessorExplodeImpl>(this, image);
+    installImplementation(new ZelImageProcessorExplodeImpl(image));
 }
-
-void ZelImageProcessorExplode::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorExplode::result() { return myImpl->result(); }
-QImage ZelImageProcessorExplode::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorExplode::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorExplode.moc"

@@ -21,11 +21,6 @@ class ZelImageProcessorMotionBlurImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorMotionBlurImpl()
-        : ZelImageProcessorImpl(tr("Bewegungsunschärfe"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorMotionBlurImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Bewegungsunschärfe"))
     {
@@ -35,22 +30,11 @@ public:
 public slots:
     QImage result() override
     {
-        connectProgressSignalizer();
         const double angle = myParameters.value(kAngle).toDouble();
         const double sigma = myParameters.value(kSigma).toDouble();
-        const QImage source = sourceImage();
-        const QImage blurred = createMagickWandWrapper().motionBlur(source, effectiveSigma(sigma, source.size()), angle);
-        disconnectProgressSignalizer();
-        emit finished(false);
-        return blurred;
-    }
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorMotionBlur>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorMotionBlur>(sectionOfSourceImage(rect));
+        return magickResult([&](ZelMagickWandWrapper& magick, const QImage& source) {
+            return magick.motionBlur(source, effectiveSigma(sigma, source.size()), angle);
+        });
     }
 
 protected:
@@ -62,32 +46,14 @@ private:
         addNumberParameter(kAngle, tr("Winkel"), 0, 0, 360, 0, 0);
         addNumberParameter(kSigma, tr("Stärke"), 1, 1, 10, 1, 0);
     }
-
-public:
-    ZelImageProcessorMotionBlur* myPublic = nullptr;
 };
-
-ZelImageProcessorMotionBlur::ZelImageProcessorMotionBlur()
-{
-    initImplementation(nullptr);
-}
 
 ZelImageProcessorMotionBlur::ZelImageProcessorMotionBlur(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorMotionBlur::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Dieser Effekt vermittelt den Eindruck von Bewegungsunschärfe "));
     setProperty("IconName", QStringLiteral("ico_motion_blur"));
-    installImplementation<ZelImageProcessorMotionBlurImpl>(this, image);
+    installImplementation(new ZelImageProcessorMotionBlurImpl(image));
 }
-
-void ZelImageProcessorMotionBlur::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorMotionBlur::result() { return myImpl->result(); }
-QImage ZelImageProcessorMotionBlur::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorMotionBlur::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorMotionBlur.moc"

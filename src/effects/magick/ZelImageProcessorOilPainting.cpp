@@ -21,11 +21,6 @@ class ZelImageProcessorOilPaintingImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorOilPaintingImpl()
-        : ZelImageProcessorImpl(tr("Ölgemälde"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorOilPaintingImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Ölgemälde"))
     {
@@ -35,22 +30,11 @@ public:
 public slots:
     QImage result() override
     {
-        connectProgressSignalizer();
-        progressSignalizer()->start();
         const int brushSize = myParameters.value(kBrushSize).toInt();
-        const QImage source = sourceImage();
-        const QImage painted = createMagickWandWrapper().oilPainting(source, effectiveRadius(brushSize, source.size()));
-        disconnectProgressSignalizer();
-        emit finished(false);
-        return painted;
-    }
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorOilPainting>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorOilPainting>(sectionOfSourceImage(rect));
+        progressSignalizer()->start();
+        return magickResult([&](ZelMagickWandWrapper& magick, const QImage& source) {
+            return magick.oilPainting(source, effectiveRadius(brushSize, source.size()));
+        });
     }
 
 protected:
@@ -61,32 +45,14 @@ private:
     {
         addNumberParameter(kBrushSize, tr("Pinselradius"), 1, 1, 100, 0, 0);
     }
-
-public:
-    ZelImageProcessorOilPainting* myPublic = nullptr;
 };
-
-ZelImageProcessorOilPainting::ZelImageProcessorOilPainting()
-{
-    initImplementation(nullptr);
-}
 
 ZelImageProcessorOilPainting::ZelImageProcessorOilPainting(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorOilPainting::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Dieser Effekt vermittelt den Eindruck eines Ölgemäldes "));
     setProperty("IconName", QStringLiteral("ico_oil_canvas"));
-    installImplementation<ZelImageProcessorOilPaintingImpl>(this, image);
+    installImplementation(new ZelImageProcessorOilPaintingImpl(image));
 }
-
-void ZelImageProcessorOilPainting::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorOilPainting::result() { return myImpl->result(); }
-QImage ZelImageProcessorOilPainting::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorOilPainting::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorOilPainting.moc"

@@ -5,10 +5,6 @@ class ZelImageProcessorPosterizeImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorPosterizeImpl()
-        : ZelImageProcessorImpl(tr("Poster"))
-    {
-    }
     explicit ZelImageProcessorPosterizeImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Poster"))
     {
@@ -24,22 +20,11 @@ public:
 public slots:
     QImage result() override
     {
-        connectProgressSignalizer();
-        const QImage source = sourceImage();
-        const QImage posterized = createMagickWandWrapper().posterize(source, myLevels, myDither);
-        disconnectProgressSignalizer();
-        emit finished(true);
-        return posterized;
+        return magickResult([&](ZelMagickWandWrapper& magick, const QImage& source) {
+            return magick.posterize(source, myLevels, myDither);
+        }, true);
     }
     // The preview objects keep their own levels and dithering: deliberately 4 and false.
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorPosterize>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorPosterize>(sectionOfSourceImage(rect));
-    }
 
 protected:
     QString progressTitle() const override { return QStringLiteral("Poster"); }
@@ -47,37 +32,19 @@ protected:
 private:
     int myLevels = 4;
     bool myDither = false;
-
-public:
-    ZelImageProcessorPosterize* myPublic = nullptr;
 };
-
-ZelImageProcessorPosterize::ZelImageProcessorPosterize()
-{
-    initImplementation(nullptr);
-}
 
 ZelImageProcessorPosterize::ZelImageProcessorPosterize(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorPosterize::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Anzahl der Farben verringern, um den Eindruck eines Posters zu vermitteln "));
     setProperty("IconName", QStringLiteral("ico_posterize"));
-    installImplementation<ZelImageProcessorPosterizeImpl>(this, image);
+    installImplementation(new ZelImageProcessorPosterizeImpl(image));
 }
 
 void ZelImageProcessorPosterize::setParameters(int levels, bool dither)
 {
     static_cast<ZelImageProcessorPosterizeImpl*>(myImpl)->setParameters(levels, dither);
 }
-
-void ZelImageProcessorPosterize::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorPosterize::result() { return myImpl->result(); }
-QImage ZelImageProcessorPosterize::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorPosterize::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorPosterize.moc"

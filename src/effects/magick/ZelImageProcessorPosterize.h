@@ -12,20 +12,17 @@ class ZelImageProcessorPosterize : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorPosterize();
+    Q_INVOKABLE ZelImageProcessorPosterize() : ZelImageProcessorPosterize(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorPosterize(const QImage& image);
 
     using ZelImageProcessor::setParameters;
     Q_INVOKABLE void setParameters(int levels, bool dither);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

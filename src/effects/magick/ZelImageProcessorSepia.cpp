@@ -30,11 +30,6 @@ class ZelImageProcessorSepiaImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorSepiaImpl()
-        : ZelImageProcessorImpl(tr("Sepia"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorSepiaImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Sepia"))
     {
@@ -55,14 +50,6 @@ public slots:
         emit finished(false);
         return sepia;
     }
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorSepia>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorSepia>(sectionOfSourceImage(rect));
-    }
 
 protected:
     QString progressTitle() const override { return tr("Sepia"); }
@@ -72,32 +59,14 @@ private:
     {
         addNumberParameter(kStrength, tr("Stärke"), 50, 0, 100, 0, 0);
     }
-
-public:
-    ZelImageProcessorSepia* myPublic = nullptr;
 };
-
-ZelImageProcessorSepia::ZelImageProcessorSepia()
-{
-    initImplementation(nullptr);
-}
 
 ZelImageProcessorSepia::ZelImageProcessorSepia(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorSepia::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Farben des Fotos in Sepiafarben umwandeln "));
     setProperty("IconName", QStringLiteral("ico_sepia"));
-    installImplementation<ZelImageProcessorSepiaImpl>(this, image);
+    installImplementation(new ZelImageProcessorSepiaImpl(image));
 }
-
-void ZelImageProcessorSepia::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorSepia::result() { return myImpl->result(); }
-QImage ZelImageProcessorSepia::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorSepia::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorSepia.moc"

@@ -13,11 +13,6 @@ class ZelImageProcessorWaveImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorWaveImpl()
-        : ZelImageProcessorImpl(tr("Welle"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorWaveImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Welle"))
     {
@@ -43,14 +38,6 @@ public slots:
         emit finished(false);
         return waved;
     }
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorWave>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorWave>(sectionOfSourceImage(rect));
-    }
 
 protected:
     QString progressTitle() const override { return QStringLiteral("Welle"); }
@@ -71,37 +58,19 @@ private:
         const double amplitudeInPixels = amplitude() * 0.01 * source.height();
         return createMagickWandWrapper().wave(source, waveLength, amplitudeInPixels);
     }
-
-public:
-    ZelImageProcessorWave* myPublic = nullptr;
 };
-
-ZelImageProcessorWave::ZelImageProcessorWave()
-{
-    initImplementation(nullptr);
-}
 
 ZelImageProcessorWave::ZelImageProcessorWave(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorWave::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Dieser Effekt verformt das Foto wellenförmig "));
     setProperty("IconName", QStringLiteral("ico_wave"));
-    installImplementation<ZelImageProcessorWaveImpl>(this, image);
+    installImplementation(new ZelImageProcessorWaveImpl(image));
 }
 
 void ZelImageProcessorWave::setParameters(int numberOfMaxima, double amplitude)
 {
     static_cast<ZelImageProcessorWaveImpl*>(myImpl)->setParameters(numberOfMaxima, amplitude);
 }
-
-void ZelImageProcessorWave::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorWave::result() { return myImpl->result(); }
-QImage ZelImageProcessorWave::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorWave::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorWave.moc"

@@ -12,7 +12,7 @@ class ZelImageProcessorWave : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorWave();
+    Q_INVOKABLE ZelImageProcessorWave() : ZelImageProcessorWave(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorWave(const QImage& image);
 
     using ZelImageProcessor::setParameters;
@@ -20,13 +20,10 @@ public:
     Q_INVOKABLE void setParameters(int numberOfMaxima, double amplitude);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

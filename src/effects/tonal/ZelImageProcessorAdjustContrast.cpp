@@ -13,11 +13,6 @@ class ZelImageProcessorAdjustContrastImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorAdjustContrastImpl()
-        : ZelImageProcessorImpl(tr("Kontrast und Helligkeit"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorAdjustContrastImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Kontrast und Helligkeit"))
     {
@@ -36,26 +31,12 @@ public:
     int strength() const { return myParameters.value(kStrength).toInt(); }
     double gamma() const { return myParameters.value(kGamma).toInt() / 100.0; }
 
-    ZelImageProcessorAdjustContrast* myPublic = nullptr;
-
 public slots:
     QImage result() override
     {
-        connectProgressSignalizer();
-        const double gammaValue = gamma();
-        const int strengthValue = strength();
-        const QImage adjusted = createMagickWandWrapper().adjustContrast(sourceImage(), strengthValue, gammaValue);
-        disconnectProgressSignalizer();
-        emit finished(false);
-        return adjusted;
-    }
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorAdjustContrast>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorAdjustContrast>(sectionOfSourceImage(rect));
+        return magickResult([&](ZelMagickWandWrapper& magick, const QImage& source) {
+            return magick.adjustContrast(source, strength(), gamma());
+        });
     }
 
 protected:
@@ -69,32 +50,17 @@ private:
     }
 };
 
-ZelImageProcessorAdjustContrast::ZelImageProcessorAdjustContrast()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorAdjustContrast::ZelImageProcessorAdjustContrast(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorAdjustContrast::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Kontrast und Helligkeit anpassen "));
     setProperty("IconName", QStringLiteral("ico_contrast"));
-    installImplementation<ZelImageProcessorAdjustContrastImpl>(this, image);
+    installImplementation(new ZelImageProcessorAdjustContrastImpl(image));
 }
 
 void ZelImageProcessorAdjustContrast::setGammaAndStrength(double strength, double gamma)
 {
     static_cast<ZelImageProcessorAdjustContrastImpl*>(myImpl)->setGammaAndStrength(strength, gamma);
 }
-
-void ZelImageProcessorAdjustContrast::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorAdjustContrast::result() { return myImpl->result(); }
-QImage ZelImageProcessorAdjustContrast::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorAdjustContrast::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorAdjustContrast.moc"

@@ -11,20 +11,17 @@ class ZelImageProcessorAdjustContrast : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorAdjustContrast();
+    Q_INVOKABLE ZelImageProcessorAdjustContrast() : ZelImageProcessorAdjustContrast(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorAdjustContrast(const QImage& image);
 
     // "Strength" = trunc(strength), "Gamma" = trunc(gamma * 100), each as value and default.
     Q_INVOKABLE void setGammaAndStrength(double strength, double gamma);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

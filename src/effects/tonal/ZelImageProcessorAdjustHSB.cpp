@@ -5,10 +5,6 @@ class ZelImageProcessorAdjustHSBImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorAdjustHSBImpl()
-        : ZelImageProcessorImpl(tr("Einfärben"))
-    {
-    }
     explicit ZelImageProcessorAdjustHSBImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Einfärben"))
     {
@@ -50,37 +46,19 @@ private:
     double myFirst = 100;
     double mySecond = 100;
     double myThird = 100;
-
-public:
-    ZelImageProcessorAdjustHSB* myPublic = nullptr;
 };
-
-ZelImageProcessorAdjustHSB::ZelImageProcessorAdjustHSB()
-{
-    initImplementation(nullptr);
-}
 
 ZelImageProcessorAdjustHSB::ZelImageProcessorAdjustHSB(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorAdjustHSB::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Tönung und Sättigung anpassen "));
     setProperty("IconName", QStringLiteral("ico_hsb"));
-    installImplementation<ZelImageProcessorAdjustHSBImpl>(this, image);
+    installImplementation(new ZelImageProcessorAdjustHSBImpl(image));
 }
 
 void ZelImageProcessorAdjustHSB::setParameters(double first, double second, double third)
 {
     static_cast<ZelImageProcessorAdjustHSBImpl*>(myImpl)->setParameters(first, second, third);
 }
-
-void ZelImageProcessorAdjustHSB::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorAdjustHSB::result() { return myImpl->result(); }
-QImage ZelImageProcessorAdjustHSB::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorAdjustHSB::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorAdjustHSB.moc"

@@ -38,10 +38,6 @@ class ZelImageProcessorAdjustRGBIntensityImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorAdjustRGBIntensityImpl()
-        : ZelImageProcessorImpl(QString())
-    {
-    }
     explicit ZelImageProcessorAdjustRGBIntensityImpl(const QImage& image)
         : ZelImageProcessorImpl(image, QString())
     {
@@ -52,23 +48,12 @@ public:
 
 public slots:
     QImage result() override;
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorAdjustRGBIntensity>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorAdjustRGBIntensity>(sectionOfSourceImage(rect));
-    }
 
 protected:
     QString progressTitle() const override { return tr("Intensität anpassen"); }
 
 private:
     float myFactor = 1.0f;
-
-public:
-    ZelImageProcessorAdjustRGBIntensity* myPublic = nullptr;
 };
 
 QImage ZelImageProcessorAdjustRGBIntensityImpl::result()
@@ -100,30 +85,15 @@ QImage ZelImageProcessorAdjustRGBIntensityImpl::result()
     return adjusted;
 }
 
-ZelImageProcessorAdjustRGBIntensity::ZelImageProcessorAdjustRGBIntensity()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorAdjustRGBIntensity::ZelImageProcessorAdjustRGBIntensity(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorAdjustRGBIntensity::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorAdjustRGBIntensityImpl>(this, image);
+    installImplementation(new ZelImageProcessorAdjustRGBIntensityImpl(image));
 }
 
 void ZelImageProcessorAdjustRGBIntensity::setParameters(double percent)
 {
     static_cast<ZelImageProcessorAdjustRGBIntensityImpl*>(myImpl)->setParameters(percent);
 }
-
-void ZelImageProcessorAdjustRGBIntensity::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorAdjustRGBIntensity::result() { return myImpl->result(); }
-QImage ZelImageProcessorAdjustRGBIntensity::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorAdjustRGBIntensity::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorAdjustRGBIntensity.moc"

@@ -13,7 +13,7 @@ class ZelImageProcessorAdjustRGBIntensity : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorAdjustRGBIntensity();
+    Q_INVOKABLE ZelImageProcessorAdjustRGBIntensity() : ZelImageProcessorAdjustRGBIntensity(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorAdjustRGBIntensity(const QImage& image);
 
     using ZelImageProcessor::setParameters;
@@ -21,13 +21,10 @@ public:
     Q_INVOKABLE void setParameters(double percent);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

@@ -9,17 +9,14 @@ class ZelImageProcessorBlackWhite : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorBlackWhite();
+    Q_INVOKABLE ZelImageProcessorBlackWhite() : ZelImageProcessorBlackWhite(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorBlackWhite(const QImage& image);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

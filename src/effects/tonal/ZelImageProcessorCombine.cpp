@@ -42,10 +42,6 @@ class ZelImageProcessorCombineImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorCombineImpl()
-        : ZelImageProcessorImpl(QString())
-    {
-    }
     ZelImageProcessorCombineImpl(const QImage& first, const QImage& second)
         : ZelImageProcessorImpl(first, QString())
         , mySecondImage(second)
@@ -75,9 +71,6 @@ private:
     static void combinePixelWords(const QImage& first, const QImage& second, QImage& combined);
 
     QImage mySecondImage;
-
-public:
-    ZelImageProcessorCombine* myPublic = nullptr;
 };
 
 void ZelImageProcessorCombineImpl::unifyFormats()
@@ -138,25 +131,10 @@ QImage ZelImageProcessorCombineImpl::result()
     return combined;
 }
 
-ZelImageProcessorCombine::ZelImageProcessorCombine()
-{
-    initImplementation(nullptr, nullptr);
-}
-
 ZelImageProcessorCombine::ZelImageProcessorCombine(const QImage& first, const QImage& second)
     : ZelImageProcessor(first)
 {
-    initImplementation(&first, &second);
+    installImplementation(new ZelImageProcessorCombineImpl(first, second));
 }
-
-void ZelImageProcessorCombine::initImplementation(const QImage* first, const QImage* second)
-{
-    installImplementation<ZelImageProcessorCombineImpl>(this, first, second);
-}
-
-void ZelImageProcessorCombine::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorCombine::result() { return myImpl->result(); }
-QImage ZelImageProcessorCombine::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorCombine::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorCombine.moc"

@@ -16,18 +16,14 @@ class ZelImageProcessorCombine : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorCombine();
+    Q_INVOKABLE ZelImageProcessorCombine() : ZelImageProcessorCombine(QImage(), QImage()) {}
     Q_INVOKABLE ZelImageProcessorCombine(const QImage& first, const QImage& second);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    // The implementation gets the two images only when both are given.
-    void initImplementation(const QImage* first, const QImage* second);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

@@ -107,10 +107,6 @@ class ZelImageProcessorContrastStretchImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorContrastStretchImpl()
-        : ZelImageProcessorImpl(QString())
-    {
-    }
     explicit ZelImageProcessorContrastStretchImpl(const QImage& image)
         : ZelImageProcessorImpl(image, QString())
     {
@@ -118,14 +114,6 @@ public:
 
 public slots:
     QImage result() override;
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorContrastStretch>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorContrastStretch>(sectionOfSourceImage(rect));
-    }
 
 protected:
     QString progressTitle() const override { return tr("Kontrast spreizen"); }
@@ -137,9 +125,6 @@ private:
     static QImage stretchPixelWords(const QImage& source, StretchPoints points);
 
     QVector<qint32> myHistogram;
-
-public:
-    ZelImageProcessorContrastStretch* myPublic = nullptr;
 };
 
 void ZelImageProcessorContrastStretchImpl::accumulate(const Histogram& counts)
@@ -210,25 +195,10 @@ QImage ZelImageProcessorContrastStretchImpl::result()
     return stretchPixelWords(source, points);
 }
 
-ZelImageProcessorContrastStretch::ZelImageProcessorContrastStretch()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorContrastStretch::ZelImageProcessorContrastStretch(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
+    installImplementation(new ZelImageProcessorContrastStretchImpl(image));
 }
-
-void ZelImageProcessorContrastStretch::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorContrastStretchImpl>(this, image);
-}
-
-void ZelImageProcessorContrastStretch::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorContrastStretch::result() { return myImpl->result(); }
-QImage ZelImageProcessorContrastStretch::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorContrastStretch::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorContrastStretch.moc"

@@ -10,17 +10,14 @@ class ZelImageProcessorGammaCorrection : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorGammaCorrection();
+    Q_INVOKABLE ZelImageProcessorGammaCorrection() : ZelImageProcessorGammaCorrection(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorGammaCorrection(const QImage& image);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

@@ -20,10 +20,6 @@ class ZelImageProcessorGrayscaleImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorGrayscaleImpl()
-        : ZelImageProcessorImpl(tr("Schwarzweiß"))
-    {
-    }
     explicit ZelImageProcessorGrayscaleImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Schwarzweiß"))
     {
@@ -34,14 +30,6 @@ public:
 
 public slots:
     QImage result() override;
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorGrayscale>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorGrayscale>(sectionOfSourceImage(rect));
-    }
 
 protected:
     QString progressTitle() const override { return tr("Graustufen"); }
@@ -50,9 +38,6 @@ private:
     QImage greyImage(const QImage& source);
 
     QImage::Format myFormat = QImage::Format_ARGB32;
-
-public:
-    ZelImageProcessorGrayscale* myPublic = nullptr;
 };
 
 QImage ZelImageProcessorGrayscaleImpl::greyImage(const QImage& source)
@@ -97,32 +82,17 @@ QImage ZelImageProcessorGrayscaleImpl::result()
     return grey;
 }
 
-ZelImageProcessorGrayscale::ZelImageProcessorGrayscale()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorGrayscale::ZelImageProcessorGrayscale(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorGrayscale::initImplementation(const QImage* image)
-{
     setProperty("ToolTip", tr("Foto in Schwarz-Weiß-Foto verwandeln "));
     setProperty("IconName", QStringLiteral("ico_black_white"));
-    installImplementation<ZelImageProcessorGrayscaleImpl>(this, image);
+    installImplementation(new ZelImageProcessorGrayscaleImpl(image));
 }
 
 void ZelImageProcessorGrayscale::setParamters(QImage::Format format)
 {
     static_cast<ZelImageProcessorGrayscaleImpl*>(myImpl)->setParameters(format);
 }
-
-void ZelImageProcessorGrayscale::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorGrayscale::result() { return myImpl->result(); }
-QImage ZelImageProcessorGrayscale::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorGrayscale::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorGrayscale.moc"

@@ -13,7 +13,7 @@ class ZelImageProcessorGrayscale : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorGrayscale();
+    Q_INVOKABLE ZelImageProcessorGrayscale() : ZelImageProcessorGrayscale(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorGrayscale(const QImage& image);
 
     // Chooses the output format (the spelling is the application's). A value that is not a
@@ -21,13 +21,10 @@ public:
     Q_INVOKABLE void setParamters(QImage::Format format);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

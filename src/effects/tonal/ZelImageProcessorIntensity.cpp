@@ -7,27 +7,13 @@ class ZelImageProcessorIntensityImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorIntensityImpl()
-        : ZelImageProcessorImpl(QString())
-    {
-    }
     explicit ZelImageProcessorIntensityImpl(const QImage& image)
         : ZelImageProcessorImpl(image, QString())
     {
     }
 
-    ZelImageProcessorIntensity* myPublic = nullptr;
-
 public slots:
     QImage result() override;
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorIntensity>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorIntensity>(sectionOfSourceImage(rect));
-    }
 
 protected:
     QString progressTitle() const override { return tr("Schwarzweiß"); }
@@ -50,25 +36,10 @@ QImage ZelImageProcessorIntensityImpl::result()
     return levels;
 }
 
-ZelImageProcessorIntensity::ZelImageProcessorIntensity()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorIntensity::ZelImageProcessorIntensity(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
+    installImplementation(new ZelImageProcessorIntensityImpl(image));
 }
-
-void ZelImageProcessorIntensity::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorIntensityImpl>(this, image);
-}
-
-void ZelImageProcessorIntensity::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorIntensity::result() { return myImpl->result(); }
-QImage ZelImageProcessorIntensity::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorIntensity::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorIntensity.moc"

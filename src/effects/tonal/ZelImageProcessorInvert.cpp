@@ -6,27 +6,13 @@ class ZelImageProcessorInvertImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorInvertImpl()
-        : ZelImageProcessorImpl(QString())
-    {
-    }
     explicit ZelImageProcessorInvertImpl(const QImage& image)
         : ZelImageProcessorImpl(image, QString())
     {
     }
 
-    ZelImageProcessorInvert* myPublic = nullptr;
-
 public slots:
     QImage result() override;
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorInvert>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorInvert>(sectionOfSourceImage(rect));
-    }
 
 protected:
     QString progressTitle() const override { return tr("Invertieren"); }
@@ -61,25 +47,10 @@ QImage ZelImageProcessorInvertImpl::result()
     return inverted;
 }
 
-ZelImageProcessorInvert::ZelImageProcessorInvert()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorInvert::ZelImageProcessorInvert(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
+    installImplementation(new ZelImageProcessorInvertImpl(image));
 }
-
-void ZelImageProcessorInvert::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorInvertImpl>(this, image);
-}
-
-void ZelImageProcessorInvert::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorInvert::result() { return myImpl->result(); }
-QImage ZelImageProcessorInvert::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorInvert::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorInvert.moc"

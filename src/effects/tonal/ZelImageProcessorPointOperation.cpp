@@ -4,10 +4,6 @@
 class ZelImageProcessorPointOperationImpl : public ZelImageProcessorImpl
 {
 public:
-    ZelImageProcessorPointOperationImpl()
-        : ZelImageProcessorImpl(QString())
-    {
-    }
     explicit ZelImageProcessorPointOperationImpl(const QImage& image)
         : ZelImageProcessorImpl(image, QString())
     {
@@ -23,25 +19,12 @@ public:
 
 private:
     qint32 myValue = 0;
-
-public:
-    ZelImageProcessorPointOperation* myPublic = nullptr;
 };
-
-ZelImageProcessorPointOperation::ZelImageProcessorPointOperation()
-{
-    initImplementation(nullptr);
-}
 
 ZelImageProcessorPointOperation::ZelImageProcessorPointOperation(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorPointOperation::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorPointOperationImpl>(this, image);
+    installImplementation(new ZelImageProcessorPointOperationImpl(image));
 }
 
 quint32 ZelImageProcessorPointOperation::pointOperation(const QPoint&) const
@@ -49,8 +32,6 @@ quint32 ZelImageProcessorPointOperation::pointOperation(const QPoint&) const
     return 0;
 }
 
-void ZelImageProcessorPointOperation::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorPointOperation::result() { return myImpl->result(); }
 // The skeleton's previews are null too: they do not reach the implementation's scaled source.
 QImage ZelImageProcessorPointOperation::generatePreview(const QSize&) { return QImage(); }
 QImage ZelImageProcessorPointOperation::generatePreview(const QRect&) { return QImage(); }

@@ -11,18 +11,14 @@
 class ZelImageProcessorPointOperation : public ZelImageProcessor
 {
 public:
-    ZelImageProcessorPointOperation();
+    ZelImageProcessorPointOperation() : ZelImageProcessorPointOperation(QImage()) {}
     explicit ZelImageProcessorPointOperation(const QImage& image);
 
     quint32 pointOperation(const QPoint& point) const;
 
-    void cancel() override;
-    QImage result() override;
+    QImage result() override { return ZelImageProcessor::result(); }
     QImage generatePreview(const QSize& size) override;
     QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
 };
 
 #endif

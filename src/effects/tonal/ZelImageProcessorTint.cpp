@@ -80,11 +80,6 @@ class ZelImageProcessorTintImpl : public ZelImageProcessorImpl
 {
     Q_OBJECT
 public:
-    ZelImageProcessorTintImpl()
-        : ZelImageProcessorImpl(tr("Einfärben"))
-    {
-        createParameterDescriptions();
-    }
     explicit ZelImageProcessorTintImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Einfärben"))
     {
@@ -106,14 +101,6 @@ public:
 
 public slots:
     QImage result() override;
-    QImage generatePreview(const QSize& size) override
-    {
-        return previewWith<ZelImageProcessorTint>(sourceImageScaled(size));
-    }
-    QImage generatePreview(const QRect& rect) override
-    {
-        return previewWith<ZelImageProcessorTint>(sectionOfSourceImage(rect));
-    }
 
 protected:
     QString progressTitle() const override { return tr("Einfärben"); }
@@ -124,9 +111,6 @@ private:
 
     // Kept while hue and fraction stay the same.
     TintStep myStep;
-
-public:
-    ZelImageProcessorTint* myPublic = nullptr;
 };
 
 void ZelImageProcessorTintImpl::createParameterDescriptions()
@@ -166,30 +150,15 @@ QImage ZelImageProcessorTintImpl::result()
     return tinted;
 }
 
-ZelImageProcessorTint::ZelImageProcessorTint()
-{
-    initImplementation(nullptr);
-}
-
 ZelImageProcessorTint::ZelImageProcessorTint(const QImage& image)
     : ZelImageProcessor(image)
 {
-    initImplementation(&image);
-}
-
-void ZelImageProcessorTint::initImplementation(const QImage* image)
-{
-    installImplementation<ZelImageProcessorTintImpl>(this, image);
+    installImplementation(new ZelImageProcessorTintImpl(image));
 }
 
 void ZelImageProcessorTint::setParameters(double hue, double saturation)
 {
     static_cast<ZelImageProcessorTintImpl*>(myImpl)->setParameters(hue, saturation);
 }
-
-void ZelImageProcessorTint::cancel() { myImpl->cancel(); }
-QImage ZelImageProcessorTint::result() { return myImpl->result(); }
-QImage ZelImageProcessorTint::generatePreview(const QSize& size) { return myImpl->generatePreview(size); }
-QImage ZelImageProcessorTint::generatePreview(const QRect& rect) { return myImpl->generatePreview(rect); }
 
 #include "ZelImageProcessorTint.moc"

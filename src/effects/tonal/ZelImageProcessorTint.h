@@ -10,7 +10,7 @@ class ZelImageProcessorTint : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorTint();
+    Q_INVOKABLE ZelImageProcessorTint() : ZelImageProcessorTint(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorTint(const QImage& image);
 
     using ZelImageProcessor::setParameters;
@@ -18,13 +18,10 @@ public:
     Q_INVOKABLE void setParameters(double hue, double saturation);
 
 public slots:
-    void cancel() override;
-    QImage result() override;
-    QImage generatePreview(const QSize& size) override;
-    QImage generatePreview(const QRect& rect) override;
-
-private:
-    void initImplementation(const QImage* image);
+    void cancel() override { ZelImageProcessor::cancel(); }
+    QImage result() override { return ZelImageProcessor::result(); }
+    QImage generatePreview(const QSize& size) override { return ZelImageProcessor::generatePreview(size); }
+    QImage generatePreview(const QRect& rect) override { return ZelImageProcessor::generatePreview(rect); }
 };
 
 #endif

@@ -19,7 +19,7 @@ build: deps
 	@cmake --build $(BUILD_DIR) -j $(JOBS)
 
 demo: build
-	@QT_LOGGING_RULES="*.debug=false" $(ZELFX) gallery samples/astronaut.png $(BUILD_DIR)/gallery >/dev/null
+	@$(ZELFX) gallery samples/astronaut.png $(BUILD_DIR)/gallery >/dev/null
 	@echo "$(abspath $(BUILD_DIR))/gallery/index.html"
 
 test: build

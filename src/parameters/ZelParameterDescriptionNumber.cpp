@@ -1,4 +1,5 @@
 #include "ZelParameterDescriptionNumber.h"
+#include "ZelLogging_p.h"
 #include "ZelParameterDescriptionNumber_p.h"
 #include "ZelParameterDescriptionWidgetItem.h"
 
@@ -141,7 +142,7 @@ ZelParameterDescriptionNumberImpl* ZelParameterDescriptionNumber::numberData()
 {
     auto* number = dynamic_cast<ZelParameterDescriptionNumberImpl*>(data());
     if (!number)
-        qWarning("ZelParameterDescriptionNumber: the parameter's data is no longer numeric (written through a copy)");
+        qCDebug(zelParameters, "ZelParameterDescriptionNumber: the parameter's data is no longer numeric (written through a copy)");
     return number;
 }
 

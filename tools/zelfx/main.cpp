@@ -6,12 +6,14 @@
 #include "status.h"
 
 #include <QApplication>
+#include <QLoggingCategory>
 #include <QStringList>
 
 namespace {
 
 const char synopsis[] =
-    "usage: zelfx list [--json | --bench]\n"
+    "usage: zelfx [--verbose] COMMAND ...\n"
+    "       zelfx list [--json | --bench]\n"
     "       zelfx describe EFFECT [--json]\n"
     "       zelfx settings EFFECT [--set KEY=VALUE]... [--set-ui KEY=VALUE]... [--settings FILE]\n"
     "       zelfx apply EFFECT INPUT OUTPUT [options]\n"
@@ -19,6 +21,7 @@ const char synopsis[] =
     "       zelfx bench EFFECT [--size WxH] [--repeat N] [--set ...] [--set-ui ...] [--settings ...] [--call ...]\n";
 
 const char optionHelp[] =
+    "  --verbose             show the library's debug messages (hidden otherwise)\n"
     "apply options, applied in the order given:\n"
     "  --set KEY=VALUE       set a parameter\n"
     "  --set-ui KEY=VALUE    set a parameter in the units the editing panel shows\n"
@@ -39,6 +42,14 @@ void selectOffscreenPlatformWithoutDisplay()
         return;
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
+}
+
+// The library writes debug lines for its own maintainers (every ImageMagick operation says so
+// when it ends); a user sees them only on request. QT_LOGGING_RULES still overrides both.
+void showLibraryDebugMessages(bool show)
+{
+    QLoggingCategory::setFilterRules(show ? QStringLiteral("default.debug=true\nzel.*.debug=true")
+                                          : QStringLiteral("default.debug=false"));
 }
 
 Status dispatch(const QStringList& arguments)
@@ -70,6 +81,8 @@ int main(int argc, char* argv[])
     QStringList arguments;
     for (int i = 1; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
+    const bool verbose = arguments.removeAll(QStringLiteral("--verbose")) > 0;
+    showLibraryDebugMessages(verbose);
     if (arguments.size() == 1
         && (arguments.first() == QLatin1String("--help") || arguments.first() == QLatin1String("-h")
             || arguments.first() == QLatin1String("help"))) {

@@ -3,7 +3,7 @@
 #include "ZelImageProcessorArc.h"
 #include "ZelImageProcessorPosterize.h"
 #include "ZelImageProcessorWave.h"
-#include "ZelMagickWandWrapper.h"
+#include "ZelMagickWandWrapper_p.h"
 #include "ZelParameterDescriptionNumber_p.h"
 #include "ZelProgressSignalizer.h"
 

@@ -9,7 +9,7 @@
 #include "ZelImageProcessorInvert.h"
 #include "ZelImageProcessorStrongContur.h"
 #include "ZelImageProcessorWeakContur.h"
-#include "ZelMagickWandWrapper.h"
+#include "ZelMagickWandWrapper_p.h"
 #include "ZelMetaTypeCoreRegistry.h"
 #include "ZelParameterDescriptionNumber_p.h"
 #include "ZelProgressSignalizer.h"

@@ -1,4 +1,3 @@
-#include "ZelMagickWandWrapper.h"
 #include "ZelMagickWandWrapper_p.h"
 #include "ZelProgressSignalizer.h"
 

@@ -4,7 +4,7 @@
 #include "ZelImageProcessorCompare.h"
 #include "ZelImageProcessorImpl_p.h"
 #include "ZelImageProcessorSoftLense.h"
-#include "ZelMagickWandWrapper.h"
+#include "ZelMagickWandWrapper_p.h"
 #include "ZelParameterDescriptionNumber_p.h"
 #include "ZelProgressSignalizer.h"
 

@@ -2,7 +2,7 @@
 #define ZELIMAGEPROCESSORIMPL_P_H
 
 #include "ZelImageProcessor.h"
-#include "ZelMagickWandWrapper.h"
+#include "ZelMagickWandWrapper_p.h"
 #include "ZelParameterDescriptionContainer.h"
 
 #include <QImage>

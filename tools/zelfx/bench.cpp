@@ -6,7 +6,6 @@
 #include "parameteroptions.h"
 
 #include "ZelImageProcessor.h"
-#include "ZelMagickWandWrapper.h"
 #include "ZelMagickWandWrapper_p.h"
 
 #include <QMetaClassInfo>

@@ -6,6 +6,7 @@
 #include "ZelOpaqueCopy_p.h"
 #include "ZelParameterDescriptionNumber.h"
 #include "ZelPixelMath_p.h"
+#include "ZelPixelWords_p.h"
 
 #include <QMatrix>
 #include <QPainter>
@@ -264,11 +265,13 @@ void ZelImageProcessorDropShadowImpl::setShadowAlphaMask(QImage& image, const QI
     image.setAlphaChannel(alpha);
 }
 
-// Opaque pixels cast black; translucent ones keep their colour and alpha, so they cast a
-// coloured shadow: intended.
+// Opaque pixels cast black; translucent ones keep their colour and alpha, so that translucent
+// parts of a photo cast a coloured shadow. The words are changed in the scaled image's own format:
+// a photo with alpha scales to premultiplied words, and converting them would round the colours
+// of translucent pixels once more; both changes below mean the same on premultiplied words.
 QImage ZelImageProcessorDropShadowImpl::createShadowImage() const
 {
-    QImage shadow = sourceImageScaled(scaledSize()).convertToFormat(QImage::Format_ARGB32);
+    QImage shadow = zelToPixelWords(sourceImageScaled(scaledSize()));
     const bool grey = greyOnly();
     const int width = shadow.width();
     for (int y = 0; y < shadow.height(); ++y) {

@@ -22,7 +22,9 @@ public:
     explicit ZelImageProcessorBackgroundImageImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Weichzeichner"))
     {
-        createParameterDescriptions();
+        addStep(kSaturation, tr("Entsättigen"), 0);
+        addStep(kUnsharpen, tr("Unschärfe"), 1);
+        addStep(kWhiteRatio, tr("Nach weiß ausblenden"), 2);
     }
 
     using ZelImageProcessorImpl::setParameters;
@@ -60,13 +62,6 @@ public slots:
 protected:
     QString progressTitle() const override { return tr("Weichzeichner"); }
 
-private:
-    void createParameterDescriptions()
-    {
-        addStep(kSaturation, tr("Entsättigen"), 0);
-        addStep(kUnsharpen, tr("Unschärfe"), 1);
-        addStep(kWhiteRatio, tr("Nach weiß ausblenden"), 2);
-    }
     void addStep(const QString& key, const QString& visibleName, int row)
     {
         ZelParameterDescriptionNumber step;

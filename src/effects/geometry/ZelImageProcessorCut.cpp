@@ -38,7 +38,12 @@ public:
     explicit ZelImageProcessorCutImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Ausschneiden"))
     {
-        createParameterDescriptions();
+        ZelParameterDescription rect;
+        rect.setParameterName(QStringLiteral("Rect"));
+        rect.setVisibleName(tr("Rechteck"));
+        rect.setValue(QRectF());
+        rect.setDefaultValue(QRectF());
+        addParameter(QStringLiteral("Rect"), rect, 0, 0);
     }
 
     QRectF rect() const { return myParameters.value(QStringLiteral("Rect")).toRectF(); }
@@ -60,17 +65,6 @@ public slots:
 
 protected:
     QString progressTitle() const override { return effectName(); }
-
-private:
-    void createParameterDescriptions()
-    {
-        ZelParameterDescription rect;
-        rect.setParameterName(QStringLiteral("Rect"));
-        rect.setVisibleName(tr("Rechteck"));
-        rect.setValue(QRectF());
-        rect.setDefaultValue(QRectF());
-        addParameter(QStringLiteral("Rect"), rect, 0, 0);
-    }
 
     // The factors are whole-number quotients, deliberately: a preview smaller than the source
     // gets factors 0, hence the null rectangle, whose cut is the whole preview image.

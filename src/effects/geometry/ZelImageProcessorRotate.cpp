@@ -10,7 +10,7 @@ public:
     explicit ZelImageProcessorRotateImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Rotieren"))
     {
-        createParameterDescriptions();
+        addNumberParameter(QStringLiteral("Degrees"), tr("Grad"), 0.0, 0.0, 360.0, 0, 0);
     }
 
     double degrees() const { return myParameters.value(QStringLiteral("Degrees")).toDouble(); }
@@ -33,12 +33,6 @@ public slots:
 
 protected:
     QString progressTitle() const override { return effectName(); }
-
-private:
-    void createParameterDescriptions()
-    {
-        addNumberParameter(QStringLiteral("Degrees"), tr("Grad"), 0.0, 0.0, 360.0, 0, 0);
-    }
 
     QImage preview(const QImage& image) const
     {

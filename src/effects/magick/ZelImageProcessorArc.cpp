@@ -18,7 +18,10 @@ public:
     explicit ZelImageProcessorArcImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Kreisbogen"))
     {
-        createParameterDescriptions();
+        addNumberParameter(kArcAngle, tr("Größe des Kreisbogens"), 180, 0, 360, 0, 0);
+        addNumberParameter(kRotateAngle, tr("Rotationswinkel"), 0, 0, 360, 1, 0);
+        addNumberParameter(kInnerRadius, tr("Innenradius"), 25, 0, 100, 2, 0);
+        addNumberParameter(kOuterRadius, tr("Außenradius"), 75, 0, 100, 3, 0);
     }
 
     using ZelImageProcessorImpl::setParameters;
@@ -44,15 +47,6 @@ public slots:
 
 protected:
     QString progressTitle() const override { return tr("Kreisbogen erzeugen"); }
-
-private:
-    void createParameterDescriptions()
-    {
-        addNumberParameter(kArcAngle, tr("Größe des Kreisbogens"), 180, 0, 360, 0, 0);
-        addNumberParameter(kRotateAngle, tr("Rotationswinkel"), 0, 0, 360, 1, 0);
-        addNumberParameter(kInnerRadius, tr("Innenradius"), 25, 0, 100, 2, 0);
-        addNumberParameter(kOuterRadius, tr("Außenradius"), 75, 0, 100, 3, 0);
-    }
 };
 
 ZelImageProcessorArc::ZelImageProcessorArc(const QImage& image)

@@ -1,11 +1,7 @@
 #include "ZelImageProcessorExplode.h"
 #include "ZelImageProcessorImpl_p.h"
 
-namespace {
-
-const QString kStrength = QStringLiteral("Strength");
-
-} // namespace
+static const QString kStrength = QStringLiteral("Strength");
 
 class ZelImageProcessorExplodeImpl : public ZelImageProcessorImpl
 {
@@ -14,7 +10,7 @@ public:
     explicit ZelImageProcessorExplodeImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Explosion"))
     {
-        createParameterDescriptions();
+        addNumberParameter(kStrength, tr("Stärke"), 0, 0, 100, 0, 0);
     }
 
     int strength() const { return parameterIntValue(kStrength, false); }
@@ -32,12 +28,6 @@ public slots:
 protected:
     QString progressTitle() const override { return tr("Explosion"); }
     QString progressStep() const override { return QString(); }
-
-private:
-    void createParameterDescriptions()
-    {
-        addNumberParameter(kStrength, tr("Stärke"), 0, 0, 100, 0, 0);
-    }
 };
 
 ZelImageProcessorExplode::ZelImageProcessorExplode(const QImage& image)

@@ -1,11 +1,7 @@
 #include "ZelImageProcessorImplode.h"
 #include "ZelImageProcessorImpl_p.h"
 
-namespace {
-
-const QString kStrength = QStringLiteral("Strength");
-
-} // namespace
+static const QString kStrength = QStringLiteral("Strength");
 
 class ZelImageProcessorImplodeImpl : public ZelImageProcessorImpl
 {
@@ -14,7 +10,7 @@ public:
     explicit ZelImageProcessorImplodeImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Implosion"))
     {
-        createParameterDescriptions();
+        addNumberParameter(kStrength, tr("Stärke"), 0, 0, 100, 0, 0);
     }
 
     int strength() const { return parameterIntValue(kStrength, false); }
@@ -30,12 +26,6 @@ public slots:
 protected:
     QString progressTitle() const override { return tr("Implosion"); }
     QString progressStep() const override { return QString(); }
-
-private:
-    void createParameterDescriptions()
-    {
-        addNumberParameter(kStrength, tr("Stärke"), 0, 0, 100, 0, 0);
-    }
 };
 
 ZelImageProcessorImplode::ZelImageProcessorImplode(const QImage& image)

@@ -24,7 +24,8 @@ public:
     explicit ZelImageProcessorMotionBlurImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Bewegungsunschärfe"))
     {
-        createParameterDescriptions();
+        addNumberParameter(kAngle, tr("Winkel"), 0, 0, 360, 0, 0);
+        addNumberParameter(kSigma, tr("Stärke"), 1, 1, 10, 1, 0);
     }
 
 public slots:
@@ -39,13 +40,6 @@ public slots:
 
 protected:
     QString progressTitle() const override { return QStringLiteral("Bewegungsunschärfe"); }
-
-private:
-    void createParameterDescriptions()
-    {
-        addNumberParameter(kAngle, tr("Winkel"), 0, 0, 360, 0, 0);
-        addNumberParameter(kSigma, tr("Stärke"), 1, 1, 10, 1, 0);
-    }
 };
 
 ZelImageProcessorMotionBlur::ZelImageProcessorMotionBlur(const QImage& image)

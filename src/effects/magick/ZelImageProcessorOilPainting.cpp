@@ -24,7 +24,7 @@ public:
     explicit ZelImageProcessorOilPaintingImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Ölgemälde"))
     {
-        createParameterDescriptions();
+        addNumberParameter(kBrushSize, tr("Pinselradius"), 1, 1, 100, 0, 0);
     }
 
 public slots:
@@ -39,12 +39,6 @@ public slots:
 
 protected:
     QString progressTitle() const override { return tr("Ölgemälde"); }
-
-private:
-    void createParameterDescriptions()
-    {
-        addNumberParameter(kBrushSize, tr("Pinselradius"), 1, 1, 100, 0, 0);
-    }
 };
 
 ZelImageProcessorOilPainting::ZelImageProcessorOilPainting(const QImage& image)

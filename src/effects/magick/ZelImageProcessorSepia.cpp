@@ -33,7 +33,7 @@ public:
     explicit ZelImageProcessorSepiaImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Sepia"))
     {
-        createParameterDescriptions();
+        addNumberParameter(kStrength, tr("Stärke"), 50, 0, 100, 0, 0);
     }
 
 public slots:
@@ -53,12 +53,6 @@ public slots:
 
 protected:
     QString progressTitle() const override { return tr("Sepia"); }
-
-private:
-    void createParameterDescriptions()
-    {
-        addNumberParameter(kStrength, tr("Stärke"), 50, 0, 100, 0, 0);
-    }
 };
 
 ZelImageProcessorSepia::ZelImageProcessorSepia(const QImage& image)

@@ -1,11 +1,7 @@
 #include "ZelImageProcessorSwirl.h"
 #include "ZelImageProcessorImpl_p.h"
 
-namespace {
-
-const QString kAngle = QStringLiteral("Angle");
-
-} // namespace
+static const QString kAngle = QStringLiteral("Angle");
 
 class ZelImageProcessorSwirlImpl : public ZelImageProcessorImpl
 {
@@ -14,7 +10,7 @@ public:
     explicit ZelImageProcessorSwirlImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Verwirbeln"))
     {
-        createParameterDescriptions();
+        addNumberParameter(kAngle, tr("Winkel"), 15, 0, 359, 0, 0);
     }
 
 public slots:
@@ -28,12 +24,6 @@ public slots:
 
 protected:
     QString progressTitle() const override { return tr("Wirbel"); }
-
-private:
-    void createParameterDescriptions()
-    {
-        addNumberParameter(kAngle, tr("Winkel"), 15, 0, 359, 0, 0);
-    }
 };
 
 ZelImageProcessorSwirl::ZelImageProcessorSwirl(const QImage& image)

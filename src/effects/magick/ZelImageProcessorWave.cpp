@@ -16,7 +16,8 @@ public:
     explicit ZelImageProcessorWaveImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Welle"))
     {
-        createParameterDescriptions();
+        addNumberParameter(kNumberOfMaxima, tr("Wellenlänge"), 1, 1, 100, 0, 0);
+        addNumberParameter(kAmplitude, tr("Amplitude"), 1, 1, 100, 1, 0);
     }
 
     using ZelImageProcessorImpl::setParameters;
@@ -41,13 +42,6 @@ public slots:
 
 protected:
     QString progressTitle() const override { return QStringLiteral("Welle"); }
-
-private:
-    void createParameterDescriptions()
-    {
-        addNumberParameter(kNumberOfMaxima, tr("Wellenlänge"), 1, 1, 100, 0, 0);
-        addNumberParameter(kAmplitude, tr("Amplitude"), 1, 1, 100, 1, 0);
-    }
 
     QImage wave(const QImage& source) const
     {

@@ -16,7 +16,8 @@ public:
     explicit ZelImageProcessorAdjustContrastImpl(const QImage& image)
         : ZelImageProcessorImpl(image, tr("Kontrast und Helligkeit"))
     {
-        createParameterDescriptions();
+        addNumberParameter(kStrength, tr("Kontrast"), 0, -100, 100, 0, 0);
+        addNumberParameter(kGamma, tr("Helligkeit"), 100, 0, 240, 1, 0);
     }
 
     Q_INVOKABLE void setGammaAndStrength(double strength, double gamma)
@@ -41,13 +42,6 @@ public slots:
 
 protected:
     QString progressTitle() const override { return tr("Kontrast anpassen"); }
-
-private:
-    void createParameterDescriptions()
-    {
-        addNumberParameter(kStrength, tr("Kontrast"), 0, -100, 100, 0, 0);
-        addNumberParameter(kGamma, tr("Helligkeit"), 100, 0, 240, 1, 0);
-    }
 };
 
 ZelImageProcessorAdjustContrast::ZelImageProcessorAdjustContrast(const QImage& image)

@@ -1,11 +1,7 @@
 #include "ZelImageProcessorGammaCorrection.h"
 #include "ZelImageProcessorImpl_p.h"
 
-namespace {
-
-const QString kGamma = QStringLiteral("Gamma");
-
-} // namespace
+static const QString kGamma = QStringLiteral("Gamma");
 
 class ZelImageProcessorGammaCorrectionImpl : public ZelImageProcessorImpl
 {

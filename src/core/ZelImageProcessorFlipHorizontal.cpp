@@ -30,7 +30,8 @@ protected:
 ZelImageProcessorFlipHorizontal::ZelImageProcessorFlipHorizontal(const QImage& image)
     : ZelImageProcessor(image)
 {
-    // Lower-case "toolTip" and the trailing blank are the application's, kept as they are.
+    // Applications read the tooltip of the flips, rotate and scale under the lower-case key; the
+    // trailing blank is part of the source text the translation catalogues look up.
     setProperty("toolTip", tr("Aktuelles Foto horizontal spiegeln "));
     setProperty("IconName", QStringLiteral("ico_fx_horiz_mirror"));
     installImplementation(new ZelImageProcessorFlipHorizontalImpl(image));

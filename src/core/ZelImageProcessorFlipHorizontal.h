@@ -4,8 +4,8 @@
 #include "ZelImageProcessor.h"
 
 // "Horizontal spiegeln": mirrors about the horizontal axis, so the picture is turned upside
-// down (the first row of the result is the last row of the source). The axis naming is the
-// application's and is kept.
+// down (the first row of the result is the last row of the source). The name follows the axis,
+// not the direction of movement, as the menus that offer it do.
 class ZelImageProcessorFlipHorizontal : public ZelImageProcessor
 {
     Q_OBJECT

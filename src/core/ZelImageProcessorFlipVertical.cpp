@@ -24,14 +24,16 @@ public slots:
     }
 
 protected:
-    // Spelt with "c", unlike the effect name; both spellings are the application's.
+    // Spelt with "c", unlike the effect name: both are source texts the translation catalogues
+    // look up.
     QString progressTitle() const override { return tr("Vertical spiegeln"); }
 };
 
 ZelImageProcessorFlipVertical::ZelImageProcessorFlipVertical(const QImage& image)
     : ZelImageProcessor(image)
 {
-    // Lower-case "toolTip" and the trailing blank are the application's, kept as they are.
+    // Applications read the tooltip of the flips, rotate and scale under the lower-case key; the
+    // trailing blank is part of the source text the translation catalogues look up.
     setProperty("toolTip", tr("Aktuelles Foto vertikal spiegeln "));
     setProperty("IconName", QStringLiteral("ico_fx_vert_mirror"));
     installImplementation(new ZelImageProcessorFlipVerticalImpl(image));

@@ -20,8 +20,8 @@ ZelImageProcessorImpl::ZelImageProcessorImpl(const QImage& image, const QString&
 
 ZelImageProcessorImpl::~ZelImageProcessorImpl()
 {
-    // A signalizer whose cancelling is switched off is left alive; kept as the application
-    // expects it.
+    // A signalizer whose cancelling is switched off is left alive: an uncancellable ImageMagick
+    // call may still be reporting to it from another thread.
     if (myProgressSignalizer->cancelAllowed())
         delete myProgressSignalizer;
 }

@@ -140,8 +140,8 @@ void ZelPhotoConverter::run()
 
 void ZelPhotoConverter::hasFinished()
 {
-    // deleteLater rather than delete: the application's own queued slots on finished() still
-    // find the object.
+    // deleteLater rather than delete: slots queued on finished() still find the object, and
+    // the thread may still be running when finished() arrives.
     if (myAutoDestroy)
         deleteLater();
 }

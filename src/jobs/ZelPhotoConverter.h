@@ -22,7 +22,7 @@
 // the running effect; rotations and cuts have no effect object and cannot be cancelled, and neither
 // can a threaded red-eye job (see removeRedEye()).
 //
-// Deliberately unlocked, as the application uses it: the threaded operations keep their arguments
+// Unlocked, because an application drives one converter from its interface thread: the threaded operations keep their arguments
 // in one function-local static array per operation, shared by every converter, so starting the
 // same kind of job on a second converter before the first job has read its arguments makes both
 // use the second's values. Photo and result are unlocked too: do not call setPhoto() or getPhoto()

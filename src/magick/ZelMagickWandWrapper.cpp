@@ -10,7 +10,8 @@
 #include <cmath>
 #include <cstdlib>
 
-// The numbers the application's ImageMagick 6 calls are defined by.
+// The enumerator values the bridge's calls are written against; a different ImageMagick build
+// must fail here rather than compute something else.
 static_assert(CharPixel == 1, "CharPixel");
 static_assert(GRAYColorspace == 2, "GRAYColorspace");
 static_assert(ArcDistortion == 9, "ArcDistortion");
@@ -202,7 +203,8 @@ QImage ZelMagickWandWrapper::consumeWand(MagickWand* wand) const
 
 QImage ZelMagickWandWrapper::getImageFromWand(MagickWand* wand) const
 {
-    // After a cancel the wand is deliberately not destroyed: the application's behaviour.
+    // After a cancel the wand is not destroyed: one wand leaks per cancel, which the leak
+    // suppressions of the tests expect (tests/lsan.supp); change both together.
     if (mySignalizer && mySignalizer->cancelled())
         return QImage();
     qDebug("ZelMagickWandWrapper::arc not cancelled, doing fromMagickWand");

@@ -15,7 +15,7 @@ class ZelProgressSignalizer;
 // (8-bit "BGRA", the byte order of an ARGB32 image), runs one ImageMagick operation with fixed
 // constants while ImageMagick's progress monitor feeds the signalizer, and converts the result
 // back. A cancel through the signalizer stops the running operation at its next progress report;
-// the operation then returns a null image and leaves its wand alive, as the application expects.
+// the operation then returns a null image and leaves its wand alive (see getImageFromWand()).
 //
 // ImageMagick is started once per process (thread-safe) and limited to one thread, so that it
 // computes, and reports progress, on the caller's thread.

@@ -11,8 +11,8 @@
 // The convolutions read only the red byte of each neighbour, which is the grey level of the grey
 // images createMaxImage() makes, and keep the low 8 bits of their responses: strong responses
 // wrap around instead of saturating (sharpening a flat colour of value 200 gives 10), and so do
-// combine() (two 255s give 104) and invert() (which doubles the negative). These are the
-// behaviours of the application this class serves and are kept on purpose.
+// combine() (two 255s give 104) and invert() (which doubles the negative). Edits saved by
+// existing installations are replayed through these functions, so their pictures depend on it.
 //
 // Border rows and columns are copies of their inner neighbours. Images of other formats are
 // converted to 32-bit words first; a null image gives a null image (or 0). A kernel whose divisor

@@ -54,7 +54,7 @@ Status createEffect(const QMetaObject* meta, const QImage& image, std::unique_pt
 
 QString effectToolTip(const QObject* effect)
 {
-    // The two flips, rotate and scale keep the application's older lower-case key.
+    // The two flips, rotate and scale use the older lower-case key.
     const QVariant toolTip = effect->property("ToolTip");
     if (toolTip.isValid())
         return toolTip.toString();

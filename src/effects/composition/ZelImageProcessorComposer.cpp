@@ -29,7 +29,7 @@ QImage ZelImageProcessorComposerImpl::result()
     QImage image = source;
     for (const QPointer<ZelImageProcessor>& processor : qAsConst(myProcessors)) {
         // A cancel stops the chain before its next step with the source and without a closing
-        // finished(), as the application has it.
+        // finished(): cancel() has sent finished(false) already.
         if (resetCancel()) {
             myRunning = false;
             return source;

@@ -41,7 +41,7 @@ public:
     Q_INVOKABLE QSizeF totalScale() const;
 
     // r scaled by scale and inset by trunc(inset) on every side; an empty path for an invalid r.
-    // Kept for the application; nothing here uses it.
+    // For applications that keep the shadow clear of a region; nothing in the library uses it.
     static QPainterPath createAvoidRegion(const QRect& r, double scale, double inset);
 
 public slots:

@@ -366,7 +366,7 @@ QImage ZelImageProcessorFotoCollageImpl::fotoToCollageFromMultiPleImage()
         QImage print = outlineImage(prints.at(k).scaled(cells.at(k).size(), Qt::KeepAspectRatio,
                                                         Qt::SmoothTransformation));
         int angle = randomInRange(-double(maximum), maximum);
-        // No print of several lies straight: deliberate.
+        // No print of several lies straight: a straight one looks like a mistake in a pile.
         if (angle == 0)
             angle = 5;
         print = shadowImage(rotateImage(print, angle));

@@ -134,8 +134,8 @@ void ZelImageProcessorImageGridImpl::createParameterDescriptions()
     addNumberParameter(kNumberOfHoles, tr("Lochzahl pro Frame"), 7, 1, 10, 1, 2);
     addNumberParameter(kLeftMargin, tr("Linker Rand"), 8, 0, 100, 0, 3);
 
-    // Deliberately created with a default (2) other than its value (8): resetting it to the
-    // default changes the layout.
+    // A default (2) other than its value (8): settings files that reset it expect the narrower
+    // margin, so resetting it changes the layout.
     ZelParameterDescriptionNumber rightMargin = numberParameter(kRightMargin, tr("Rechter Rand"), 8, 0, 100);
     rightMargin.setDefaultValue(2);
     addParameter(kRightMargin, rightMargin, 1, 3);

@@ -58,7 +58,8 @@ public slots:
     {
         connectProgressSignalizer();
         const QImage image = applySoftLense(sourceImage(), softness());
-        // Before the relay is cut, unlike the other effects: the application's order.
+        // Before the relay is cut, unlike the other effects: progress observers written against
+        // earlier versions see this order.
         emit finished(false);
         disconnectProgressSignalizer();
         return image;

@@ -79,7 +79,7 @@ protected:
 ZelImageProcessorBackgroundImage::ZelImageProcessorBackgroundImage(const QImage& image)
     : ZelImageProcessor(image)
 {
-    // The trailing blank is the application's.
+    // The trailing blank is part of the source text the translation catalogues look up.
     setProperty("ToolTip", tr("Hintergrundbild erzeugen "));
     setProperty("IconName", QStringLiteral("ico_blur"));
     installImplementation(new ZelImageProcessorBackgroundImageImpl(image));

@@ -35,8 +35,8 @@ ScaledRegion scaledRegion(const QRect& region, const QSize& photo, const QSize& 
         return ScaledRegion{0, 0, -1, -1};
     const double width = detection.width();
     const double height = detection.height();
-    // The top edge takes the quotient first, as the application computes it; the order can
-    // change the truncated value.
+    // The top edge takes the quotient first; the order can change the truncated value, and
+    // regions stored by earlier versions must land on the same pixels.
     return ScaledRegion{zelTruncToInt(region.left() * width / photo.width()),
                         zelTruncToInt(height / photo.height() * region.top()),
                         zelTruncToInt(region.right() * width / photo.width()),
@@ -97,7 +97,8 @@ public slots:
         connectProgressSignalizer();
         QImage photo = sourceImage();
         if (photo.allGray()) {
-            // Returns with the signalizer still connected, deliberately: the application does.
+            // Returns with the signalizer still connected (harmless: it is connected uniquely),
+            // as progress observers written against earlier versions saw it.
             emit finished(false);
             return photo;
         }
@@ -118,7 +119,7 @@ public slots:
     QImage generatePreview(const QRect& rect) override { return preview(sectionOfSourceImage(rect)); }
 
 protected:
-    // The flip's progress text, kept as the application has it.
+    // The flip's progress text: the translation catalogues have no other for this effect.
     QString progressTitle() const override
     {
         return QCoreApplication::translate("ZelImageProcessorFlipHorizontalImpl", "Horizontal spiegeln");
@@ -195,7 +196,7 @@ private:
 ZelImageProcessorRedEyeRemoval::ZelImageProcessorRedEyeRemoval(const QImage& image)
     : ZelImageProcessor(image)
 {
-    // The trailing blank is the application's, kept as it is.
+    // The trailing blank is part of the source text the translation catalogues look up.
     setProperty("ToolTip", tr("Rote Augen im Foto finden und entfernen "));
     setProperty("IconName", QStringLiteral("ico_red_eyes"));
     installImplementation(new ZelImageProcessorRedEyeRemovalImpl(image));

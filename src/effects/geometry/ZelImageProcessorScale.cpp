@@ -42,7 +42,8 @@ private:
 ZelImageProcessorScale::ZelImageProcessorScale(const QImage& image)
     : ZelImageProcessor(image)
 {
-    // Lower-case "toolTip" and the trailing blank are the application's, kept as they are.
+    // Applications read the tooltip of the flips, rotate and scale under the lower-case key; the
+    // trailing blank is part of the source text the translation catalogues look up.
     setProperty("toolTip", tr("Breite und Höhe des Fotos ändern "));
     setProperty("IconName", QStringLiteral("ico_scale"));
     installImplementation(new ZelImageProcessorScaleImpl(image));

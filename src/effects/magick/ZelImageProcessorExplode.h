@@ -4,8 +4,9 @@
 #include "ZelImageProcessor.h"
 
 // "Explosion": the very same ImageMagick implode as ZelImageProcessorImplode, with the same
-// positive amount "Strength", so that both effects give equal pictures for equal strengths; this
-// is the application's behaviour and is kept. Progress carries no step name. A cancel during the
+// positive amount "Strength", so that both effects give equal pictures for equal strengths;
+// photos edited with saved settings must keep looking as they did. Progress carries no step
+// name. A cancel during the
 // computation, a null or empty source give a null image.
 class ZelImageProcessorExplode : public ZelImageProcessor
 {

@@ -24,7 +24,7 @@ public slots:
             return magick.posterize(source, myLevels, myDither);
         }, true);
     }
-    // The preview objects keep their own levels and dithering: deliberately 4 and false.
+    // The preview objects keep their own levels and dithering, 4 and false: a preview is fast.
 
 protected:
     QString progressTitle() const override { return QStringLiteral("Poster"); }

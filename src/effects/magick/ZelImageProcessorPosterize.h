@@ -6,7 +6,7 @@
 // "Poster": ImageMagick's posterize to a number of levels per channel, optionally dithered. The
 // two settings are not parameters of the container but fields of this object (4 levels, no
 // dithering until setParameters(int, bool)); previews run on a new object and so always use 4
-// levels without dithering, as the application has it. Ends with finished(true). A cancel during
+// levels without dithering, so that a preview never waits for a dither. Ends with finished(true). A cancel during
 // the computation, a null or empty source give a null image.
 class ZelImageProcessorPosterize : public ZelImageProcessor
 {

@@ -19,7 +19,7 @@ public slots:
     }
 
 protected:
-    // Deliberately the sketch's title: the application reports the relief under it.
+    // The sketch's title: progress dialogs and their translations know the relief under it.
     QString progressTitle() const override { return QStringLiteral("Sketch"); }
 };
 

@@ -4,7 +4,7 @@
 #include "ZelImageProcessor.h"
 
 // "Relief": ImageMagick's grey shading of the picture, lit from azimuth 45 and elevation 30
-// degrees. Progress is reported under the title "Sketch", as the application has it. A cancel
+// degrees. Progress is reported under the title "Sketch", the title progress dialogs know it by. A cancel
 // during the computation, a null or empty source give a null image.
 class ZelImageProcessorShade : public ZelImageProcessor
 {

@@ -22,8 +22,10 @@ public slots:
     QImage result() override
     {
         connectProgressSignalizer();
-        // Rotated on purpose (hue = second, saturation = third, brightness = first), and the relay
-        // is deliberately left connected; both as the application has always done it.
+        // Rotated (hue = second, saturation = third, brightness = first): settings saved by
+        // existing installations give their values in this order. The relay stays connected
+        // after the result (harmless: it is connected uniquely), as progress observers written
+        // against earlier versions saw it.
         const QImage modulated = createMagickWandWrapper().adjustHSB(sourceImage(), mySecond, myThird, myFirst);
         emit finished(true);
         return modulated;

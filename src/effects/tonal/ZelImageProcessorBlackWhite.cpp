@@ -26,7 +26,7 @@ ZelImageProcessorBlackWhite::ZelImageProcessorBlackWhite(const QImage& image)
     : ZelImageProcessor(image)
 {
     setProperty("ToolTip", tr("Tontrennung"));
-    // "seperation": the application's icon is named so.
+    // "seperation": the icon sets the application ships use this file name.
     setProperty("IconName", QStringLiteral("ico_tone_seperation"));
     installImplementation(new ZelImageProcessorBlackWhiteImpl(image));
 }

@@ -9,7 +9,7 @@
 //
 // The histogram lives in the object and keeps accumulating over calls of result() while the
 // pixel count does not, so a second run on the same image finds its points at 0.5 %. On 32-bit
-// sources result() emits no finished signal: the returned image ends the run. Both are intended.
+// sources result() emits no finished signal: the returned image ends the run. Both are relied on by saved edits.
 class ZelImageProcessorContrastStretch : public ZelImageProcessor
 {
     Q_OBJECT

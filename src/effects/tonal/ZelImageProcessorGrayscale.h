@@ -16,7 +16,8 @@ public:
     Q_INVOKABLE ZelImageProcessorGrayscale() : ZelImageProcessorGrayscale(QImage()) {}
     Q_INVOKABLE explicit ZelImageProcessorGrayscale(const QImage& image);
 
-    // Chooses the output format (the spelling is the application's). A value that is not a
+    // Chooses the output format. Callers reach it by this spelling through the meta-object, so
+    // it stays. A value that is not a
     // valid QImage::Format makes result() give a null image.
     Q_INVOKABLE void setParamters(QImage::Format format);
 

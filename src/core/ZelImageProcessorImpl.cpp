@@ -1,5 +1,4 @@
 #include "ZelImageProcessorImpl_p.h"
-#include "ZelEffectRegistry.h"
 #include "ZelParameterDescriptionNumber.h"
 #include "ZelProgressSignalizer.h"
 
@@ -148,7 +147,9 @@ QImage ZelImageProcessorImpl::applySubProcessor(ZelImageProcessor* sub)
 
 QImage ZelImageProcessorImpl::previewOf(const QImage& image) const
 {
-    const std::unique_ptr<ZelImageProcessor> preview(ZelEffectRegistry::create(myPublic->metaObject(), image));
+    // The effect's own constructor on one image, the way the registry constructs effects.
+    const std::unique_ptr<QObject> object(myPublic->metaObject()->newInstance(Q_ARG(QImage, image)));
+    auto* preview = qobject_cast<ZelImageProcessor*>(object.get());
     if (!preview)
         return QImage();
     if (!myParameters.isEmpty())

@@ -19,7 +19,8 @@ class ZelImageProcessorImageGrid : public ZelImageProcessor
 {
     Q_OBJECT
 public:
-    Q_INVOKABLE ZelImageProcessorImageGrid() : ZelImageProcessorImageGrid(QImage()) {}
+    // No photos at all, unlike a grid on one null photo.
+    Q_INVOKABLE ZelImageProcessorImageGrid() : ZelImageProcessorImageGrid(QList<QImage>()) {}
     // The one photo is the whole list.
     Q_INVOKABLE explicit ZelImageProcessorImageGrid(const QImage& image);
     // The first photo is the source image the previews are computed on.

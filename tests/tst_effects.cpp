@@ -30,6 +30,7 @@ enum Trait : unsigned {
     PreviewDefaults = 1u << 5,     // previews use the default parameters, not the effect's values
     LowerToolTip = 1u << 6,        // the tooltip property is spelled "toolTip"
     DefaultOutOfRange = 1u << 7,   // parameter defaults outside their range, as documented
+    SilentWithoutPhotos = 1u << 8, // without photos (default constructed) no finished() either
 };
 
 // What result() returns after a cancel, requested before the work (cancel(), then result()) or
@@ -78,7 +79,7 @@ const QHash<QString, Contract>& contracts()
         // Previews run on a composer without the chain. A cancel during the last step (the
         // only one reporting progress) returns that step's input, the blurred picture.
         {"ExampleComposer", {FinishedTrue | OwnSizePreview | OwnRectPreview, Source, Any}},
-        {"ImageGrid", {PreviewDefaults}},
+        {"ImageGrid", {PreviewDefaults | SilentWithoutPhotos}},
         // The blur cannot be cancelled and the source comes back; size previews scale the
         // softness to the preview.
         {"SoftLense", {OwnSizePreview, Normal, Source}},
@@ -239,13 +240,16 @@ void TestEffects::sources()
     seed();
     processor->result();
     const bool silent = ((traits & SilentUnlessIndexed) && source.format() != QImage::Format_Indexed8)
-        || ((traits & SilentOnGrey) && isGrey(source));
-    QCOMPARE(finished.count(), silent ? 0 : 1);
-    if (!silent)
+        || ((traits & SilentOnGrey) && isGrey(source)) || ((traits & SilentWithoutPhotos) && source.isNull());
+    const int count = finished.count();
+    if ((traits & SilentWithoutPhotos) && source.isNull())
+        QEXPECT_FAIL("", "the default constructor files one null photo instead of none", Continue);
+    QCOMPARE(count, silent ? 0 : 1);
+    if (count == 1)
         QCOMPARE(finished.at(0).at(0).toBool(), bool(traits & FinishedTrue));
     processor->generatePreview(QSize(12, 12));
     processor->generatePreview(QRect(1, 1, 10, 8));
-    QCOMPARE(finished.count(), silent ? 0 : 1);
+    QCOMPARE(finished.count(), count);
     QCOMPARE(source, pristine);
 }
 

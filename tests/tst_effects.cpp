@@ -301,11 +301,15 @@ void TestEffects::cancel()
     verifyCancelOutcome(early->result(), small, contract.cancelBefore, false, [&] { return prepared(small); });
 
     // From another thread, once the work has reported progress (or a little later for effects
-    // that report none).
+    // that report none). Progress arrives on the thread that runs result().
     const QImage large = photo(600, 400);
     const auto processor = prepared(large);
     std::atomic<bool> started{false};
-    connect(processor.get(), &ZelImageProcessor::progress, [&started] { started = true; });
+    std::atomic<bool> onTestThread{false};
+    connect(processor.get(), &ZelImageProcessor::progress, [&] {
+        onTestThread = onTestThread || QThread::currentThread() == thread();
+        started = true;
+    });
     QImage result;
     std::unique_ptr<QThread> worker(QThread::create([&] {
         seed();
@@ -316,6 +320,7 @@ void TestEffects::cancel()
         QThread::msleep(1);
     processor->cancel();
     worker->wait();
+    QVERIFY(!onTestThread);
     verifyCancelOutcome(result, large, contract.cancelDuring, true, [&] { return prepared(large); });
 }
 

@@ -2,8 +2,6 @@
 #include "ZelParameterDescriptionContainer.h"
 #include "ZelParameterDescriptionNumber.h"
 #include "ZelParameterDescriptionNumber_p.h"
-#include "ZelXMLBuilder.h"
-#include "ZelXMLParser.h"
 
 #include <QColor>
 #include <QDomDocument>
@@ -74,11 +72,6 @@ private slots:
     void containerXmlAttributes();
     void containerSetXMLChangesNothing();
     void parameterTypesAreTheValueClassName();
-
-    // the XML platform helpers
-    void colorAttribute_data();
-    void colorAttribute();
-    void buildDomElementAppendsUnderDocumentsAndElements();
 };
 
 void TestParameters::equality_data()
@@ -420,41 +413,6 @@ void TestParameters::parameterTypesAreTheValueClassName()
     QCOMPARE(types.size(), 2);
     QCOMPARE(types.at(0), types.at(1)); // the value class, numeric or not
     QVERIFY(types.at(0).contains("ZelParameterDescription"));
-}
-
-void TestParameters::colorAttribute_data()
-{
-    QTest::addColumn<QString>("attribute"); // null: missing
-    QTest::addColumn<QColor>("expected");
-    QTest::newRow("rgb") << "#ff0000" << QColor(255, 0, 0);
-    QTest::newRow("argb") << "#80ff0000" << QColor(255, 0, 0, 128);
-    QTest::newRow("svg name") << "navy" << QColor(0, 0, 128);
-    QTest::newRow("missing") << QString() << QColor(Qt::green);
-    QTest::newRow("unparseable") << "#12" << QColor(Qt::green);
-}
-
-void TestParameters::colorAttribute()
-{
-    QFETCH(QString, attribute);
-    QFETCH(QColor, expected);
-    XmlFixture xml;
-    if (!attribute.isNull())
-        xml.element.setAttribute("C", attribute);
-    QCOMPARE(ZelXMLParser::colorAttribute(xml.element, "C", QColor(Qt::green)), expected);
-}
-
-void TestParameters::buildDomElementAppendsUnderDocumentsAndElements()
-{
-    QDomDocument document;
-    QDomElement root = ZelXMLBuilder::buildDomElement(document, "root");
-    QDomElement child = ZelXMLBuilder::buildDomElement(root, "child");
-    child.setAttribute("width", 3);
-    child.setAttribute("height", 4);
-    QCOMPARE(document.documentElement().tagName(), QString("root"));
-    QCOMPARE(root.firstChildElement().tagName(), QString("child"));
-    QCOMPARE(ZelXMLParser::readSize(child), QSize(3, 4));
-    QDomNode nullNode;
-    QVERIFY(ZelXMLBuilder::buildDomElement(nullNode, "x").isNull());
 }
 
 QTEST_MAIN(TestParameters)

@@ -3,7 +3,6 @@
 #include "ZelParameterDescriptionNumber.h"
 #include "ZelParameterDescriptionWidgetItem.h"
 
-#include <QColorDialog>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
@@ -12,7 +11,6 @@
 #include <QSignalSpy>
 #include <QSlider>
 #include <QTest>
-#include <QToolButton>
 
 namespace {
 
@@ -101,8 +99,6 @@ private slots:
     void itemSwitchEmitsOnlyOnChange();
     void colorEditSignal_data();
     void colorEditSignal();
-    void colorEditDialog_data();
-    void colorEditDialog();
     void panelPlacesVisibleParameters_data();
     void panelPlacesVisibleParameters();
     void panelSkipsHiddenParameters();
@@ -177,44 +173,6 @@ void TestWidgets::colorEditSignal()
             QCOMPARE(spy.first().first().value<QColor>(), next);
         QCOMPARE(edit.color(), next);
     }
-}
-
-void TestWidgets::colorEditDialog_data()
-{
-    QTest::addColumn<bool>("allowAlpha");
-    QTest::addColumn<bool>("accept");
-    QTest::addColumn<QColor>("chosen");
-    QTest::addColumn<QColor>("expected");
-    const QColor start(0, 0, 255);
-    QTest::newRow("alpha allowed") << true << true << QColor(10, 20, 30, 100) << QColor(10, 20, 30, 100);
-    QTest::newRow("alpha not allowed") << false << true << QColor(10, 20, 30, 100) << QColor(10, 20, 30);
-    QTest::newRow("rejected") << true << false << QColor(10, 20, 30, 100) << start;
-}
-
-// One dialog however often it is asked for, starting from the current colour.
-void TestWidgets::colorEditDialog()
-{
-    QFETCH(bool, allowAlpha);
-    QFETCH(bool, accept);
-    QFETCH(QColor, chosen);
-    QFETCH(QColor, expected);
-    ZelColorEdit edit;
-    edit.setAllowAlpha(allowAlpha);
-    edit.setColor(QColor(0, 0, 255));
-    edit.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&edit));
-    QSignalSpy spy(&edit, &ZelColorEdit::colorChanged);
-    QTest::mouseClick(edit.findChild<QToolButton*>(), Qt::LeftButton);
-    edit.chooseColor();
-    QCOMPARE(edit.findChildren<QColorDialog*>().size(), 1);
-    auto* dialog = edit.findChild<QColorDialog*>();
-    QVERIFY(dialog->isVisible());
-    QCOMPARE(dialog->testOption(QColorDialog::ShowAlphaChannel), allowAlpha);
-    QCOMPARE(dialog->currentColor(), QColor(0, 0, 255));
-    dialog->setCurrentColor(chosen);
-    accept ? dialog->accept() : dialog->reject();
-    QCOMPARE(edit.color(), expected);
-    QCOMPARE(spy.count(), expected == QColor(0, 0, 255) ? 0 : 1);
 }
 
 void TestWidgets::panelPlacesVisibleParameters_data()

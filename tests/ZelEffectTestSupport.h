@@ -6,6 +6,7 @@
 #include "ZelEffectRegistry.h"
 #include "ZelImageProcessor.h"
 #include "ZelParameterDescriptionContainer.h"
+#include "ZelParameterDescriptionNumber_p.h"
 
 #include <QTranslator>
 #include <QtTest>
@@ -50,37 +51,28 @@ inline std::unique_ptr<ZelImageProcessor> makeEffect(const QString& name, const 
     return effect;
 }
 
-// A data table of effect metadata: effect short name, display name, tooltip, icon name.
-inline void addEffectMetadataColumns()
+// Moves every numeric parameter a third of the way from its value toward its maximum (or its
+// minimum, at the maximum) and turns every bool, so that a test sees whether values travel.
+inline void nudgeParameters(ZelImageProcessor& effect)
 {
-    QTest::addColumn<QString>("effect");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("toolTip");
-    QTest::addColumn<QString>("iconName");
-}
-
-inline void addEffectMetadataRow(const char* effect, const char* name, const char* toolTip, const char* iconName)
-{
-    QTest::newRow(effect) << QString::fromLatin1(effect) << QString::fromUtf8(name) << QString::fromUtf8(toolTip)
-                          << QString::fromUtf8(iconName);
-}
-
-// Checks the current row of that table under a MarkingTranslator: the name is translated in the
-// implementation's context, the tooltip (property "ToolTip", never "toolTip") in the public
-// class's; the icon name is plain.
-inline void verifyEffectMetadata()
-{
-    QFETCH(QString, effect);
-    QFETCH(QString, name);
-    QFETCH(QString, toolTip);
-    QFETCH(QString, iconName);
-    const QString publicClass = "ZelImageProcessor" + effect;
-    const auto processor = makeEffect(effect, QImage());
-    QCOMPARE(QString::fromLatin1(processor->metaObject()->className()), publicClass);
-    QCOMPARE(processor->effectName(), QStringLiteral("[%1Impl]%2").arg(publicClass, name));
-    QCOMPARE(processor->property("ToolTip").toString(), QStringLiteral("[%1]%2").arg(publicClass, toolTip));
-    QVERIFY(!processor->property("toolTip").isValid());
-    QCOMPARE(processor->property("IconName").toString(), iconName);
+    const ZelParameterDescriptionContainer container = effect.parameterContainer();
+    ZelUIParameterMap map;
+    for (const QString& key : container.parameterNames()) {
+        const ZelParameterDescription parameter = container.parameter(key);
+        const QVariant value = parameter.value();
+        const auto* number = dynamic_cast<const ZelParameterDescriptionNumberImpl*>(parameter.constData());
+        QVariant nudged;
+        if (value.type() == QVariant::Bool) {
+            nudged = !value.toBool();
+        } else if (number && number->max().isValid()) {
+            const double from = value.toDouble(), max = number->max().toDouble(), min = number->min().toDouble();
+            const double to = from + ((from < max ? max : min) - from) / 3;
+            nudged = value.type() == QVariant::Int ? QVariant(int(to)) : QVariant(to);
+        }
+        if (nudged.isValid())
+            map.insert(key, qMakePair(nudged, true));
+    }
+    effect.setParameters(map);
 }
 
 #endif

@@ -8,6 +8,7 @@
 #include <QRect>
 #include <QVariantList>
 
+class ZelImageProcessorImpl;
 class ZelImageProcessorProbeImpl;
 
 // The effect the suites drive the framework, the tool, chains and the converter with. Its
@@ -46,6 +47,8 @@ public:
 
     void setXMLTagName(const QString& name);
     ZelImageProcessorProbeImpl* impl() const;
+    // The implementation through its framework base, whose helpers the framework suite drives.
+    ZelImageProcessorImpl* baseImpl() const { return myImpl; }
 
     // Each records its arguments, so that tests see what the tool's --call delivered.
     Q_INVOKABLE void record() { recorded = QVariantList(); }

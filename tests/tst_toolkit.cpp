@@ -191,24 +191,6 @@ ZEL_AVX2_FUNCTION QString compareChromaticHsvToRgbAvx2()
     }
     return QString();
 }
-
-ZEL_AVX2_FUNCTION QString compareGatherAvx2()
-{
-    std::vector<quint16> wide(65536 + ZelBatch::kGatherPadding, 0xEEEE);
-    std::vector<quint8> narrow(65536 + ZelBatch::kGatherPadding, 0xEE);
-    for (int i = 0; i < 65536; ++i) {
-        wide[size_t(i)] = quint16(i * 7);
-        narrow[size_t(i)] = quint8(i * 3);
-    }
-    const ZelBatch::Ints indices{0, 1, 2, 65535, 40000, 3, 65534, 12345};
-    const ZelBatch::Ints wideEntries = ZelBatch::gather(wide.data(), indices);
-    const ZelBatch::Ints narrowEntries = ZelBatch::gather(narrow.data(), indices);
-    for (int i = 0; i < ZelBatch::kLanes; ++i) {
-        if (wideEntries[i] != int(quint16(indices[i] * 7)) || narrowEntries[i] != int(quint8(indices[i] * 3)))
-            return QString("entry %1").arg(indices[i]);
-    }
-    return QString();
-}
 #endif
 
 } // namespace
@@ -543,7 +525,6 @@ private slots:
                     image.setPixel(x, y, x % 4 >= 2 ? colour : 0xFF000000u);
             return image;
         };
-        QTest::newRow("Sobel, flat") << "sobel" << filled(10, 10, 0xFF808080u) << 1 << qint64(0);
         // gy = gx = 255 at the one interior pixel: 2 * (65025 >> 4) = 8128, / 3 / 3 = 903.
         QTest::newRow("Sobel, corner") << "sobel" << corner << 1 << qint64(903);
         // n = 2: a 3 x 3 canvas showing the image shifted by (6 - 3) / 2 = 1: the white pixel (1, 0)
@@ -559,9 +540,8 @@ private slots:
         // Red stripes in 30 x 30: 10 x 10 sampled pixels, each with t = 65025 for red gx and t^2 =
         // 4228250625, as a signed 32-bit value -66716671: / 30 / 30.
         QTest::newRow("colour Sobel wraps negative") << "colour" << stripes(30, 30, 0xFFFF0000u) << 1 << qint64(-7412963);
-        // Green 100: t = 400^2 >> 4 = 10000, t^2 = 10^8 per pixel: 10^10 / 30 / 30.
-        QTest::newRow("colour Sobel, green") << "colour" << stripes(30, 30, 0xFF006400u) << 1 << qint64(11111111);
-        // A limit of 2.5 * 10^9 is passed at the sixth pixel of row 3: 2.6 * 10^9 / 30 / 3.
+        // Green 100: t = 400^2 >> 4 = 10000, t^2 = 10^8 per pixel; a limit of 2.5 * 10^9 is passed at
+        // the sixth pixel of row 3: 2.6 * 10^9 / 30 / 3.
         QTest::newRow("colour Sobel beyond a limit") << "limit" << stripes(30, 30, 0xFF006400u) << 1 << qint64(28888888);
         QTest::newRow("colour Sobel, h' 20") << "colour" << filled(100, 20, 0xFFFF0000u) << 1 << qint64(0);
         // Three interior pixels of red 100: 300 / 5 / 3 = 20 and 30000 / 5 / 3 = 2000.
@@ -572,7 +552,6 @@ private slots:
         // Red 255, 100 wide: the squares pass 2000000000 in row 314 at pixel 84: 255 * (313 * 98 + 84)
         // / 100 / 314 = 249, 2000038950 / 100 / 314 = 63695.
         QTest::newRow("edges stop at the limit") << "edges" << filled(100, 400, 0xFFFF0000u) << 0 << qint64(249) * 100000 + 63695;
-        QTest::newRow("edges, two rows") << "edges" << filled(5, 2, 0xFFFF0000u) << 0 << qint64(0);
     }
     // Edge statistics; a sum beyond its range falls back to the rows so far and names the row.
     void statistics()
@@ -615,13 +594,14 @@ private slots:
         QVERIFY(!zelKernelFitsWords(laplace, 1));
     }
 
-    // Hue, HSV to RGB and the table gather of the vector code against the inline functions.
+    // Hue and HSV to RGB of the vector code against the inline functions, for every input (the
+    // table gather is read for every index by the every-colour tests on the AVX2 path).
     void vectorCodeMatchesInline()
     {
 #if ZEL_HAVE_AVX2_PATH
         if (!zelBatchUsesAvx2())
             QSKIP("the processor has no AVX2");
-        for (const auto compare : {compareHueAvx2, compareChromaticHsvToRgbAvx2, compareGatherAvx2}) {
+        for (const auto compare : {compareHueAvx2, compareChromaticHsvToRgbAvx2}) {
             const QString failure = compare();
             QVERIFY2(failure.isEmpty(), qPrintable(failure));
         }
@@ -703,24 +683,23 @@ private slots:
     {
         QImage translucent = filled(3, 3, 0xFF808080u);
         translucent.setPixel(2, 2, 0xFE808080u);
-        QImage transparentIndex(2, 1, QImage::Format_Indexed8);
-        transparentIndex.setColorTable({0xFF000000u, 0x00000000u});
-        transparentIndex.fill(1);
-        QVERIFY(!ZelEditImageManipulator::imageContainsAlphaInformation(filled(3, 3, 0x00FFFFFFu, QImage::Format_RGB32)));
-        QVERIFY(!ZelEditImageManipulator::imageContainsAlphaInformation(filled(3, 3, 0xFF808080u)));
-        QVERIFY(ZelEditImageManipulator::imageContainsAlphaInformation(translucent));
-        QVERIFY(ZelEditImageManipulator::imageContainsAlphaInformation(transparentIndex));
+        QImage transparentIndex = filled(2, 1, 0xFF000000u, QImage::Format_Indexed8);
+        transparentIndex.setColorTable({0x00000000u});
         QImage blackWhite = filled(3, 3, 0xFFFFFFFFu);
         blackWhite.setPixel(1, 1, 0xFF000000u);
-        QVERIFY(ZelEditImageManipulator::whouldMonoBePossible(blackWhite));
-        QVERIFY(ZelEditImageManipulator::whouldMonoBePossible(filled(3, 3, 0xFF000000u, QImage::Format_Indexed8)));
-        blackWhite.setPixel(2, 2, 0xFF010101u);
-        QVERIFY(!ZelEditImageManipulator::whouldMonoBePossible(blackWhite));
-        QVERIFY(!ZelEditImageManipulator::whouldMonoBePossible(filled(3, 3, 0xFEFFFFFFu)));
+        QImage grey = blackWhite;
+        grey.setPixel(2, 2, 0xFF010101u);
+        const auto alpha = &ZelEditImageManipulator::imageContainsAlphaInformation;
+        const auto mono = &ZelEditImageManipulator::whouldMonoBePossible;
+        QCOMPARE((QList<bool>{alpha(filled(3, 3, 0x00FFFFFFu, QImage::Format_RGB32)), alpha(filled(3, 3, 0xFF808080u)), alpha(translucent),
+                              alpha(transparentIndex)}),
+                 (QList<bool>{false, false, true, true}));
+        QCOMPARE((QList<bool>{mono(blackWhite), mono(filled(3, 3, 0xFF000000u, QImage::Format_Indexed8)), mono(grey),
+                              mono(filled(3, 3, 0xFEFFFFFFu))}),
+                 (QList<bool>{true, true, false, false}));
         // The mask steps leave pictures of the wrong format or size alone.
-        QImage rgb = filled(3, 2, 0xFF102030u, QImage::Format_RGB32);
+        QImage rgb = filled(3, 2, 0xFF102030u, QImage::Format_RGB32), argb = filled(3, 2, 0xFF102030u);
         const QImage mask = filled(3, 2, 0xFFFFFFFFu), small = filled(2, 2, 0xFFFFFFFFu);
-        QImage argb = filled(3, 2, 0xFF102030u);
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("mismatch"));
         ZelEditImageManipulator::combineBlackWhiteAlphaImageWithRGBAImage(&small, &argb);
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("Format_ARGB32"));

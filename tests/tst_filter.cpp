@@ -12,7 +12,9 @@
 #include <QLoggingCategory>
 #include <QMatrix>
 #include <QPainterPath>
+#include <QProcess>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <algorithm>
@@ -514,6 +516,32 @@ private slots:
         QCOMPARE(finished.first().first().toBool(), false);
         disconnect(connection);
         QCOMPARE(convolution.result(), computed);
+    }
+
+    // zelfx passes kernels as ','-separated numbers, 2-D kernels with rows separated by ';' and
+    // the region as rectangles; ragged rows convert, and the effect leaves the source as it is.
+    void kernelsThroughZelfx()
+    {
+        QTemporaryDir directory;
+        const QString input = directory.filePath("in.png");
+        QVERIFY(randomImage(12, 10, QImage::Format_ARGB32, 28).save(input));
+        const QImage loaded = QImage(input).convertToFormat(QImage::Format_ARGB32);
+        const auto zelfx = [&](const QStringList& options) {
+            const QString output = directory.filePath("out.png");
+            QFile::remove(output);
+            QProcess process;
+            process.start(ZELFX_PATH, QStringList{"apply", "Convolution", input, output} + options);
+            const bool ok = process.waitForFinished(60000) && process.exitCode() == 0;
+            return ok ? QImage(output).convertToFormat(QImage::Format_ARGB32) : QImage();
+        };
+        QCOMPARE(zelfx({"--call", "setParameters(0,0,0;0,0,1;0,0,0,1)"}), convolve2D(loaded, {{0, 0, 0}, {0, 0, 1}, {0, 0, 0}}));
+        const QPainterPath avoid = rectanglePath(QRectF(2, 1, 5, 4)) + rectanglePath(QRectF(8, 6, 2, 2));
+        QCOMPARE(zelfx({"--set", "AAvoidRegion=2,1,5,4;8,6,2,2", "--call", "setParameters(1,2,1,4)"}),
+                 convolveSeparable(loaded, {1, 2, 1}, 4.0, avoid));
+        QCOMPARE(zelfx({"--call", "setRegionToAvoid(2,1,5,4;8,6,2,2)", "--call", "setParameters(1,2,1,4)"}),
+                 convolveSeparable(loaded, {1, 2, 1}, 4.0, avoid));
+        QCOMPARE(zelfx({"--call", "setParameters(1,2;3,4)"}), loaded);
+        QCOMPARE(zelfx({"--call", "setParameters(1,x,4)"}), QImage());
     }
 
     void contures_data()

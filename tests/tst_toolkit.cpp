@@ -578,7 +578,10 @@ private slots:
 
     void wordDividerAndKernelFit()
     {
-        for (int d = 2; d <= 32767; d += d < 600 ? 1 : 997) {
+        QVector<int> divisors{1023, 1024, 4095, 16383, 16384, 32767};
+        for (int d = 2; d <= 600; ++d)
+            divisors << d;
+        for (const int d : divisors) {
             const ZelWordDivider divider(d);
             for (int n = 0; n < 32768; ++n)
                 if (divider.divide(n) != n / d)
@@ -697,6 +700,16 @@ private slots:
         QCOMPARE((QList<bool>{mono(blackWhite), mono(filled(3, 3, 0xFF000000u, QImage::Format_Indexed8)), mono(grey),
                               mono(filled(3, 3, 0xFEFFFFFFu))}),
                  (QList<bool>{true, true, false, false}));
+        // Without an interior the convolutions give transparent black; pictures of different sizes
+        // do not combine; a kernel whose total weight leaves a divisor of 0 computes nothing.
+        ZelConvolution sharpen(ZelConvolution::confSharpen);
+        QCOMPARE(sharpen.convoluteColor(filled(2, 5, 0xFF808080u)), filled(2, 5, 0u));
+        QCOMPARE(sharpen.convoluteBW(filled(5, 2, 0xFF808080u)), filled(5, 2, 0u));
+        QVERIFY(sharpen.combine(filled(3, 3, 0xFFFFFFFFu), filled(2, 3, 0xFFFFFFFFu)).isNull());
+        std::fill(sharpen.myKernel, sharpen.myKernel + 9, 0);
+        sharpen.myKernel[4] = 1; // grey divisor 1 / 2, colour divisor 1 / 4
+        QVERIFY(sharpen.convoluteBW(filled(4, 4, 0xFF808080u)).isNull());
+        QVERIFY(sharpen.convoluteColor(filled(4, 4, 0xFF808080u)).isNull());
         // The mask steps leave pictures of the wrong format or size alone.
         QImage rgb = filled(3, 2, 0xFF102030u, QImage::Format_RGB32), argb = filled(3, 2, 0xFF102030u);
         const QImage mask = filled(3, 2, 0xFFFFFFFFu), small = filled(2, 2, 0xFFFFFFFFu);

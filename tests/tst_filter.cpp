@@ -456,6 +456,13 @@ private slots:
         QCOMPARE(convolveSeparable(image, kernel, factor, avoid), referenceSeparable(image, kernel, factor, avoid));
     }
 
+    // Images from 8 MiB on are asked to be backed by huge pages; the pixels are not affected.
+    void largeImagesComeBackWhole()
+    {
+        const QImage image = randomImage(1600, 1400, QImage::Format_ARGB32, 33);
+        QCOMPARE(convolveSeparable(image, {0, 3, 0}, 3.0), image);
+    }
+
     // Previews convolve with the 2-D kernel whichever setter came last; without one they are sums
     // of nothing, opaque black (smooth scaling premultiplies).
     void previewsUseThe2DKernel()

@@ -463,6 +463,18 @@ private slots:
         QCOMPARE(convolveSeparable(image, {0, 3, 0}, 3.0), image);
     }
 
+    // Other formats are computed as pixel words (premultiplied ones as they are), in RGB32.
+    void otherFormatsAreComputedAsWords()
+    {
+        const QImage words = randomImage(5, 4, QImage::Format_RGB32, 34);
+        for (const QImage::Format format : {QImage::Format_RGB888, QImage::Format_Grayscale8, QImage::Format_ARGB32_Premultiplied}) {
+            const QImage image = words.convertToFormat(format);
+            const QImage expected = format == QImage::Format_ARGB32_Premultiplied ? image : image.convertToFormat(QImage::Format_RGB32);
+            QCOMPARE(convolveSeparable(image, {1, 2, 1}, 4.0), referenceSeparable(expected, {1, 2, 1}, 4.0, {}));
+            QCOMPARE(convolve2D(image, {{1, 0, -1}, {2, 0, -2}, {1, 0, -1}}), reference2D(expected, {{1, 0, -1}, {2, 0, -2}, {1, 0, -1}}));
+        }
+    }
+
     // Previews convolve with the 2-D kernel whichever setter came last; without one they are sums
     // of nothing, opaque black (smooth scaling premultiplies).
     void previewsUseThe2DKernel()

@@ -44,13 +44,18 @@ private slots:
         const auto row = [](const char* effect, const char* title, const char* step, bool flag) {
             QTest::newRow(effect) << effect << QString::fromUtf8(title) << step << flag;
         };
+        row("Sketch", "Sketch", "Blur", false);
         row("Sepia", "", "", false); // computed by the library
         row("MotionBlur", "Bewegungsunschärfe", "Blur", false);
         row("Arc", "[ZelImageProcessorArcImpl]Kreisbogen erzeugen", "Distort", false);
         row("Posterize", "Poster", "Posterize", true);
+        row("OilPainting", "[ZelImageProcessorOilPaintingImpl]Ölgemälde", "OilPaint", false);
+        row("Emboss", "[ZelImageProcessorEmbossImpl]Gravur", "Morphology", false);
         row("Implode", "[ZelImageProcessorImplodeImpl]Implosion", "", false);
+        row("Explode", "[ZelImageProcessorExplodeImpl]Explosion", "", false);
         row("Shade", "Sketch", "Shade", false); // the sketch's title, as the application has it
         row("Swirl", "[ZelImageProcessorSwirlImpl]Wirbel", "Swirl", false);
+        row("Wave", "Welle", "Wave", false);
     }
     // Untranslated titles come out unmarked. The first report carries the step name known before
     // it (none at first): the monitor reports progress before it names the step.

@@ -237,6 +237,8 @@ private slots:
         QCOMPARE(lensWith(INT_MAX), lensWith(100));
         QVERIFY(lensWith(60) != lensWith(100));
         QCOMPARE(lensWith(INT_MIN), small);
+        // The lens paints onto a copy of the source, in its format.
+        QCOMPARE(create("SoftLense", small.convertToFormat(QImage::Format_RGB888))->result().format(), QImage::Format_RGB888);
     }
 
     void softLensePreviewScalesSoftness_data()

@@ -1,11 +1,8 @@
-// Times the toolkit operations on one thread against a memcpy of the same photo in the same run
-// and prints their ratios beside the targets. Google Benchmark flags pass through, and
-// --size=WxH changes the photo (default 6000x4000, the photo of `zelfx bench`), --portable
-// runs the vector code without its AVX2 forms.
-//
-// The targets are judged on the thread's CPU time, which includes the kernel's work for it (page
-// faults of new images): other processes on a shared machine stretch wall times unevenly. The
-// wall-time ratios are printed beside them; on an idle machine the two agree.
+// Times the toolkit operations on one thread against a memcpy of the same photo and prints their
+// ratios beside the targets. Google Benchmark flags pass through; --size=WxH changes the photo
+// (default 6000x4000, that of `zelfx bench`), --portable runs the vector code without AVX2.
+// Targets are judged on CPU time (it includes page faults of new images): other processes on a
+// shared machine stretch wall times unevenly. Wall-time ratios are printed beside them.
 #include "ZelHsvBatch_p.h"
 #include "bench.h"
 
@@ -32,8 +29,7 @@ const QImage& photo()
     return image;
 }
 
-// A second picture for the cross-fade: the photo mirrored.
-const QImage& otherPhoto()
+const QImage& otherPhoto() // for the cross-fade
 {
     static const QImage image = photo().mirrored(true, false);
     return image;
@@ -43,37 +39,36 @@ struct Operation
 {
     const char* name;
     double target; // ratio to memcpy; 0: no target
-    std::function<QImage()> run;
+    std::function<void()> run;
 };
+
+// The result, an image or a number, is kept from the optimizer.
+template <typename Run>
+std::function<void()> kept(Run run)
+{
+    return [run] { benchmark::DoNotOptimize(run()); };
+}
 
 std::vector<Operation> operations()
 {
+    using Manipulator = ZelEditImageManipulator;
+    using Convolution = ZelConvolution;
     return {
-        {"convoluteBW (Laplace)", 8, [] { return ZelConvolution(ZelConvolution::confLaplace).convoluteBW(photo()); }},
-        {"sobelCombined", 8, [] { return ZelConvolution(ZelConvolution::confSobel).sobelCombined(photo()); }},
-        {"averageSobel (n = 1)", 8,
-         [] {
-             benchmark::DoNotOptimize(ZelConvolution(ZelConvolution::confSobel).averageSobel(photo(), 1));
-             return QImage();
-         }},
-        {"convoluteColor (sharpen)", 20,
-         [] { return ZelConvolution(ZelConvolution::confSharpen).convoluteColor(photo()); }},
-        {"morph (3 of 8)", 10, [] { return ZelEditImageManipulator::morph(photo(), otherPhoto(), 3, 8); }},
-        {"changeSaturation (0.5)", 10, [] { return ZelEditImageManipulator::changeSaturation(photo(), 0.5); }},
-        {"rotateCW", 10, [] { return ZelEditImageManipulator::rotateCW(photo()); }},
-        {"createMaxImage", 0, [] { return ZelConvolution(ZelConvolution::confSobel).createMaxImage(photo()); }},
-        {"invert", 0, [] { return ZelConvolution(ZelConvolution::confSobel).invert(photo()); }},
-        {"averageColorSobel (n = 1)", 0,
-         [] {
-             benchmark::DoNotOptimize(ZelConvolution(ZelConvolution::confSobel).averageColorSobel(photo(), 1));
-             return QImage();
-         }},
-        {"mirrorHorizontal", 0, [] { return ZelEditImageManipulator::mirrorHorizontal(photo()); }},
+        {"convoluteBW (Laplace)", 8, kept([] { return Convolution(Convolution::confLaplace).convoluteBW(photo()); })},
+        {"sobelCombined", 8, kept([] { return Convolution(Convolution::confSobel).sobelCombined(photo()); })},
+        {"averageSobel (n = 1)", 8, kept([] { return Convolution(Convolution::confSobel).averageSobel(photo(), 1); })},
+        {"convoluteColor (sharpen)", 20, kept([] { return Convolution(Convolution::confSharpen).convoluteColor(photo()); })},
+        {"morph (3 of 8)", 10, kept([] { return Manipulator::morph(photo(), otherPhoto(), 3, 8); })},
+        {"changeSaturation (0.5)", 10, kept([] { return Manipulator::changeSaturation(photo(), 0.5); })},
+        {"rotateCW", 10, kept([] { return Manipulator::rotateCW(photo()); })},
+        {"createMaxImage", 0, kept([] { return Convolution(Convolution::confSobel).createMaxImage(photo()); })},
+        {"invert", 0, kept([] { return Convolution(Convolution::confSobel).invert(photo()); })},
+        {"averageColorSobel (n = 1)", 0, kept([] { return Convolution(Convolution::confSobel).averageColorSobel(photo(), 1); })},
+        {"mirrorHorizontal", 0, kept([] { return Manipulator::mirrorHorizontal(photo()); })},
     };
 }
 
 const char* const kMemcpy = "memcpy";
-const char* const kFreshMemcpy = "memcpy into fresh memory";
 
 void copyInto(benchmark::State& state, bool fresh)
 {
@@ -81,7 +76,7 @@ void copyInto(benchmark::State& state, bool fresh)
     std::unique_ptr<uchar[]> warm(new uchar[bytes]);
     std::memset(warm.get(), 0, bytes);
     for (auto _ : state) {
-        std::unique_ptr<uchar[]> newMemory(fresh ? new uchar[bytes] : nullptr);
+        const std::unique_ptr<uchar[]> newMemory(fresh ? new uchar[bytes] : nullptr);
         uchar* const target = fresh ? newMemory.get() : warm.get();
         std::memcpy(target, photo().constBits(), bytes);
         benchmark::DoNotOptimize(target[bytes / 2]);
@@ -93,20 +88,16 @@ void copyInto(benchmark::State& state, bool fresh)
 class RatioReporter : public benchmark::ConsoleReporter
 {
 public:
-    explicit RatioReporter(std::map<std::string, double> targets)
-        : myTargets(std::move(targets))
-    {
-    }
+    explicit RatioReporter(std::map<std::string, double> targets) : myTargets(std::move(targets)) {}
 
     void ReportRuns(const std::vector<Run>& runs) override
     {
         ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs) {
+        for (const Run& run : runs)
             if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
                 myOrder.push_back(run.run_name.function_name);
                 myTimes[run.run_name.function_name] = {run.GetAdjustedCPUTime(), run.GetAdjustedRealTime()};
             }
-        }
     }
 
     void Finalize() override
@@ -130,11 +121,7 @@ public:
     }
 
 private:
-    struct Times
-    {
-        double cpu;
-        double wall;
-    };
+    struct Times { double cpu, wall; };
 
     std::map<std::string, double> myTargets;
     std::vector<std::string> myOrder;
@@ -145,29 +132,26 @@ bool takeOwnOptions(int* argc, char** argv)
 {
     int kept = 1;
     for (int i = 1; i < *argc; ++i) {
+        int width = 0, height = 0;
         if (std::strcmp(argv[i], "--portable") == 0) {
             zelSetBatchAvx2Allowed(false);
-            continue;
-        }
-        int width = 0;
-        int height = 0;
-        if (std::strncmp(argv[i], "--size=", 7) == 0) {
-            if (std::sscanf(argv[i] + 7, "%dx%d", &width, &height) != 2 || width < 3 || height < 3) {
-                std::fprintf(stderr, "zel_toolkit_bench: bad %s (expected --size=WxH)\n", argv[i]);
-                return false;
-            }
+        } else if (std::strncmp(argv[i], "--size=", 7) != 0) {
+            argv[kept++] = argv[i];
+        } else if (std::sscanf(argv[i] + 7, "%dx%d", &width, &height) == 2 && width >= 3 && height >= 3) {
             gSize = QSize(width, height);
-            continue;
+        } else {
+            std::fprintf(stderr, "zel_toolkit_bench: bad %s (expected --size=WxH)\n", argv[i]);
+            return false;
         }
-        argv[kept++] = argv[i];
     }
     *argc = kept;
     return true;
 }
 
-void configure(benchmark::internal::Benchmark* benchmark)
+// Five repetitions of three runs each, reported as aggregates.
+void registerTimed(const char* name, const std::function<void(benchmark::State&)>& run)
 {
-    benchmark->Unit(benchmark::kMillisecond)->Iterations(3)->Repetitions(5)->ReportAggregatesOnly(true);
+    benchmark::RegisterBenchmark(name, run)->Unit(benchmark::kMillisecond)->Iterations(3)->Repetitions(5)->ReportAggregatesOnly(true);
 }
 
 } // namespace
@@ -183,17 +167,15 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "zel_toolkit_bench: cannot allocate a %dx%d photo\n", gSize.width(), gSize.height());
         return 2;
     }
-
-    configure(benchmark::RegisterBenchmark(kMemcpy, [](benchmark::State& state) { copyInto(state, false); }));
-    configure(benchmark::RegisterBenchmark(kFreshMemcpy, [](benchmark::State& state) { copyInto(state, true); }));
+    registerTimed(kMemcpy, [](benchmark::State& state) { copyInto(state, false); });
+    registerTimed("memcpy into fresh memory", [](benchmark::State& state) { copyInto(state, true); });
     std::map<std::string, double> targets;
     for (const Operation& operation : operations()) {
         targets[operation.name] = operation.target;
-        const std::function<QImage()> run = operation.run;
-        configure(benchmark::RegisterBenchmark(operation.name, [run](benchmark::State& state) {
+        registerTimed(operation.name, [run = operation.run](benchmark::State& state) {
             for (auto _ : state)
-                benchmark::DoNotOptimize(run());
-        }));
+                run();
+        });
     }
     RatioReporter reporter(targets);
     benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -19,7 +19,6 @@ namespace {
 const QString kSamples = QStringLiteral(ZEL_SOURCE_DIR "/samples/");
 const QRgb kSkin = qRgb(205, 165, 145);
 const QRgb kRedPupil = qRgb(200, 30, 35);
-const QRgb kPinkPupil = qRgb(215, 105, 110); // red not 2.5 times green and blue: the sensitive pass only
 const QRgb kHighlight = qRgb(250, 250, 250);
 
 struct Eye
@@ -170,11 +169,19 @@ void TestRedEye::detects_data()
     addDetection("no pass asked for", pair, RE_LARGE_PUPILS, {});
     const Eye small{60.5, 60.5, 2.5, kRedPupil};
     addDetection("small pupil", face(320, 240, {small}), RE_PASS_STRICT, {small});
-    const Eye pink{100.5, 100.5, 6, kPinkPupil};
-    addDetection("pink pupil, strict", face(320, 240, {pink}), RE_PASS_STRICT, {});
-    addDetection("pink pupil, sensitive", face(320, 240, {pink}), RE_PASS_SENSITIVE, {pink});
+    // The strict pass takes red of at least 2.5 times green and blue, the sensitive one 1.6 times.
+    for (const int other : {79, 81, 122, 128}) {
+        const Eye pupil{100.5, 100.5, 6, qRgb(200, other, other)};
+        const QImage image = face(320, 240, {pupil});
+        QTest::addRow("red %.2f times, strict", 200.0 / other) << image << uint(RE_PASS_STRICT)
+                                                                 << (other < 80 ? QVector<Eye>{pupil} : QVector<Eye>())
+                                                                 << int(Whole) << QRect() << 1;
+        QTest::addRow("red %.2f times, sensitive", 200.0 / other) << image << uint(RE_PASS_SENSITIVE)
+                                                                    << (other < 125 ? QVector<Eye>{pupil} : QVector<Eye>())
+                                                                    << int(Whole) << QRect() << 1;
+    }
     // 240 / 40 = 6 pixels is the largest radius without RE_LARGE_PUPILS, 240 / 12 = 20 with it.
-    const Eye large{150.5, 120.5, 15, kRedPupil};
+    const Eye large{150.5, 120.5, 18.5, kRedPupil};
     addDetection("large pupil", face(320, 240, {large}), RE_PASS_STRICT, {});
     addDetection("large pupil, large allowed", face(320, 240, {large}), RE_PASS_STRICT | RE_LARGE_PUPILS, {large});
     QImage bar(320, 240, QImage::Format_RGB32);

@@ -210,7 +210,6 @@ void TestConverter::startJobReadsItsArguments_data()
     QTest::newRow("rotate without arguments") << int(ZelPhotoConverter::RotateJob) << QVector<double>() << QImage();
     QTest::newRow("cut without arguments") << int(ZelPhotoConverter::CutJob) << QVector<double>() << QImage();
     QTest::newRow("no job") << int(ZelPhotoConverter::NoJob) << some << QImage();
-    QTest::newRow("1, no operation") << 1 << some << QImage();
     QTest::newRow("6, no operation") << 6 << some << QImage();
     QTest::newRow("effect job without an effect") << int(ZelPhotoConverter::ImageProcessorJob) << some << QImage();
 }

@@ -7,6 +7,7 @@
 #include "RedEye.h"
 #include "RedEyeTrace_p.h"
 
+#include <QPainter>
 #include <QSignalSpy>
 #include <QtMath>
 #include <QtTest>
@@ -102,8 +103,7 @@ QVector<ReTraceCall> calls(int function)
     return found;
 }
 
-enum class Fault { NoImage, RecordSize32, Format, ZeroWidth, ShortLines, NoPixels, OptionsSize, HintWithoutRects, NoList,
-                   NegativeRadius };
+enum class Fault { NoImage, RecordSize32, Format, ShortLines, OptionsSize, HintWithoutRects, NoList, NegativeRadius };
 // How a detection searches: the whole image, near a click, or inside a hint of a shape code.
 enum Search { Whole = -1, Click = 0 };
 enum EffectSearch { WholePhoto, Nearest, Rectangle };
@@ -184,11 +184,8 @@ void TestRedEye::detects_data()
     const Eye large{150.5, 120.5, 18.5, kRedPupil};
     addDetection("large pupil", face(320, 240, {large}), RE_PASS_STRICT, {});
     addDetection("large pupil, large allowed", face(320, 240, {large}), RE_PASS_STRICT | RE_LARGE_PUPILS, {large});
-    QImage bar(320, 240, QImage::Format_RGB32);
-    bar.fill(kSkin);
-    for (int y = 100; y < 106; ++y)
-        for (int x = 100; x < 112; ++x)
-            bar.setPixel(x, y, kRedPupil);
+    QImage bar = face(320, 240, {});
+    QPainter(&bar).fillRect(100, 100, 12, 6, QColor(kRedPupil));
     addDetection("a red bar is not round", bar, RE_FLAGS_NEAREST, {});
     QImage ringed = face(320, 240, {left});
     QImage dot(320, 240, QImage::Format_RGB32);
@@ -351,9 +348,7 @@ void TestRedEye::rejectsBadRecords_data()
     // The record's size on a 32-bit platform: its addresses do not fit there on this one.
     QTest::newRow("32-bit record size 64") << Fault::RecordSize32 << "DNC";
     QTest::newRow("unknown format") << Fault::Format << "DNC";
-    QTest::newRow("zero width") << Fault::ZeroWidth << "DNC";
     QTest::newRow("lines shorter than the width") << Fault::ShortLines << "DNC";
-    QTest::newRow("no pixels") << Fault::NoPixels << "DNC";
     QTest::newRow("options of the wrong size") << Fault::OptionsSize << "D";
     QTest::newRow("hint without rectangles") << Fault::HintWithoutRects << "D";
     QTest::newRow("no list") << Fault::NoList << "DNC";
@@ -378,9 +373,7 @@ void TestRedEye::rejectsBadRecords()
     case Fault::NoImage: target = nullptr; break;
     case Fault::RecordSize32: r.size = 64; break;
     case Fault::Format: r.format = 1; break;
-    case Fault::ZeroWidth: r.width = 0; break;
     case Fault::ShortLines: r.bytesPerLine = 4 * r.width - 1; break;
-    case Fault::NoPixels: r.bits = nullptr; break;
     case Fault::OptionsSize: options.size = 8; break;
     case Fault::HintWithoutRects: hint.rects = nullptr; break;
     case Fault::NoList: list = nullptr; break;

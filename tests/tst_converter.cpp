@@ -161,9 +161,10 @@ void TestConverter::jobs()
     converter.setPhoto(photo, QStringLiteral("photo"));
     QVERIFY(converter.photoChanged());
     QVector<QVariantList> progress; // value, maximum, and whether on the converter's thread
+    // Direct, so that the thread seen is the one the converter emits on.
     connect(&converter, &ZelPhotoConverter::progress, this, [&](int value, int maximum) {
         progress << QVariantList{value, maximum, QThread::currentThread() == thread()};
-    });
+    }, Qt::DirectConnection);
     QSignalSpy names(&converter, &ZelPhotoConverter::processName);
     JobWatcher watcher(&converter);
     const QSharedPointer<ZelImageProcessorProbe> probe = start(&converter, job, threaded);

@@ -171,6 +171,21 @@ private slots:
         }
     }
 
+    // In colour the blur runs over the whole canvas, background included (deliberate): the
+    // Gaussian's truncated weights leave even a uniform background a little darker and
+    // translucent. Grey only, the background far from the shadow keeps its colour exactly.
+    void shadowBlursTheBackgroundInColour()
+    {
+        for (const bool greyOnly : {true, false}) {
+            ZelImageProcessorDropShadow effect(solid(100, 100, 0xFFC81E1E));
+            effect.setParameters({{"Distance", {0, true}}, {"Blur", {8, true}}, {"AaGreyOnly", {greyOnly, true}},
+                                  {"AbBackgroundColor", {QColor(0, 200, 0), true}}});
+            const QRgb corner = rawPixel(effect.result(), 0, 0);
+            QCOMPARE(corner == 0xFF00C800u, greyOnly);
+            QVERIFY(qAlpha(corner) >= 250 && qGreen(corner) >= 190);
+        }
+    }
+
     void shadowImageAlone()
     {
         // Intensity 128 on an opaque photo: trunc(255 - 255 * 128 / 255) = 127 in the mask, 128 alpha.
@@ -279,13 +294,13 @@ private slots:
         QTest::addColumn<int>("selected");
         QTest::newRow("none selected") << -1;
         QTest::newRow("selected") << 2;
-        // The first cells after the last photo repeat photos 0, 1 and 2, framed with them.
+        // The last two cells repeat photos 0 and 1, framed with them.
         QTest::newRow("selected and repeated") << 0;
-        QTest::newRow("beyond the list") << 9;
+        QTest::newRow("beyond the list") << 10;
     }
     // Opaque photos are copied row by row; without strip the grid must look exactly as if QPainter
     // had drawn every photo top left in its cell, whatever its format, translucent or not, and
-    // framed the selected photo in red. Cells of 13 x 12, border pen max(1, trunc(36 * 0.01)).
+    // framed the selected photo in red. Cells of 13 x 34, border pen max(1, trunc(102 * 0.01)).
     void gridMatchesQPainter()
     {
         QFETCH(int, selected);
@@ -301,7 +316,8 @@ private slots:
                             noiseImage(5, 12, false, 6).convertToFormat(QImage::Format_RGB888),
                             noiseImage(8, 7, false, 7).convertToFormat(QImage::Format_ARGB32_Premultiplied),
                             noiseImage(8, 7, true, 8).convertToFormat(QImage::Format_ARGB32_Premultiplied),
-                            noiseImage(13, 4, false, 9).convertToFormat(QImage::Format_Mono)};
+                            noiseImage(13, 4, false, 9).convertToFormat(QImage::Format_Mono),
+                            noiseImage(3, 34, true, 10)};
         ZelImageProcessorImageGrid grid(images);
         grid.setPaintFilmStrip(false);
         grid.setGridSize(QSize(4, 3));
@@ -309,7 +325,7 @@ private slots:
         grid.setSelectedIndex(selected);
         QSignalSpy finished(&grid, &ZelImageProcessor::finished);
 
-        QImage expected(4 * 13, 3 * 12, QImage::Format_ARGB32);
+        QImage expected(4 * 13, 3 * 34, QImage::Format_ARGB32);
         expected.fill(QColor(10, 20, 30, 100));
         QPainter painter(&expected);
         painter.setPen(QPen(QBrush(Qt::white), 1, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
@@ -320,7 +336,7 @@ private slots:
             QImage image = images.at(cell % images.size());
             if (image.format() == QImage::Format_RGB32)
                 image = image.convertToFormat(QImage::Format_ARGB32);
-            const QRectF target(cell % 4 * 13, cell / 4 * 12, image.width(), image.height());
+            const QRectF target(cell % 4 * 13, cell / 4 * 34, image.width(), image.height());
             painter.drawImage(target, image, QRectF(QPointF(0, 0), image.size()));
             if (cell % images.size() == selected) {
                 painter.setPen(QPen(QBrush(Qt::red), 10.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
@@ -493,6 +509,33 @@ private slots:
         }
     }
 
+    // Deliberate oddities of the backgrounds and prints: "EMaxAngle" 0 still turns every print of
+    // several by 5 degrees, so the corner of the first print's place stays white (one row of two
+    // 90 x 60 cells, the print fitted to the cell's height and centred); background mode 1 is the
+    // raw value 19, the texture modes are RGB32 (a missing texture stretches to black), unknown
+    // modes give a null image.
+    void collageBackgroundAndTilt()
+    {
+        ZelImageProcessorFotoCollage collage;
+        collage.setImages({solid(60, 40, 0xFFC00000), solid(60, 40, 0xFF00C000)});
+        collage.setBgSize(180, 60);
+        whiteCollage(collage, 5, 5, 0, 0, 0);
+        QImage result = collage.result();
+        QVERIFY(closeColour(rawPixel(result, 45, 30), 0xFFC00000));
+        QCOMPARE(rawPixel(result, 4, 1), 0xFFFFFFFFu);
+        QImage texture(2, 1, QImage::Format_RGB32);
+        texture.setPixel(0, 0, 0xFF112233);
+        texture.setPixel(1, 0, 0xFF445566);
+        const QList<QPair<QImage, QRgb>> corners{{QImage(), 19}, {texture, 0xFF112233}, {QImage(), 0xFF000000}};
+        for (int mode = 1; mode <= 4; ++mode) {
+            collage.setBgMode(ZelImageProcessorFotoCollage::BackGroundMode(mode));
+            collage.setBgTexture(corners.value(mode - 1).first);
+            result = collage.result();
+            QCOMPARE(result.format(), mode == 4 ? QImage::Format_Invalid : mode == 1 ? QImage::Format_ARGB32 : QImage::Format_RGB32);
+            QCOMPARE(result.isNull() ? 0 : rawPixel(result, 0, 0), corners.value(mode - 1).second);
+        }
+    }
+
     // The deliberate oddities of the previews: the grid lays out the scaled source alone with
     // default parameters (50 x 30 with margins trunc(50 * 0.08) = 4 and trunc(50 * 0.15) = 7),
     // the collage passes rows as columns and columns as rows (3 x 1 tiles of 20 x 40, 22 x 42
@@ -609,6 +652,36 @@ private slots:
         QCOMPARE(QList<QVariantList>(finished), QList<QVariantList>{{true}});
     }
 
+    // Cancelled in the last step (a real effect that polls its flag per row, and returns its own
+    // source then), the chain returns that step's result and reports false. Cancelled before it
+    // runs, no step runs and no finished comes.
+    void chainCancelInTheLastStep()
+    {
+        QImage source = photo(4, 3);
+        source.setPixel(0, 0, 0xFF000000u); // for the probe to mark
+        ZelImageProcessorProbe probe;
+        probe.behaviour().mark = 0xFF0000FF;
+        ZelImageProcessorExampleGrayscale grey;
+        ZelImageProcessorComposer composer(source);
+        composer.addProcessor(&probe);
+        composer.addProcessor(&grey);
+        QStringList titles;
+        connect(&composer, &ZelImageProcessor::progress, this, [&](const QString& title) {
+            titles << title;
+            if (title == QLatin1String("Example"))
+                composer.cancel();
+        });
+        QSignalSpy finished(&composer, &ZelImageProcessor::finished);
+        QImage probed = source;
+        probed.setPixel(0, 0, 0xFF0000FF);
+        QCOMPARE(composer.result(), probed);
+        QCOMPARE(titles, QStringList({"Probe title", "Probe title", "Example"}));
+        composer.cancel();
+        QCOMPARE(composer.result(), source);
+        QCOMPARE(titles.size(), 3);
+        QCOMPARE(QList<QVariantList>(finished), QList<QVariantList>{{false}});
+    }
+
     void exampleComposer()
     {
         const QImage source = photo(12, 9);
@@ -681,6 +754,12 @@ private slots:
 
         effect.setImageFileList({myDir.filePath(QStringLiteral("missing.png"))});
         QCOMPARE(effect.result(), solid(30, 30, 0xFF000000).convertToFormat(QImage::Format_RGB32));
+        // Without files, or before a block size is set, the source comes back unchanged.
+        const QImage source = noiseImage(20, 10, true, 3);
+        ZelImageProcessorPhotosInPhoto unset(source);
+        QCOMPARE(unset.result(), source);
+        unset.setImageFileList({writeImage(QStringLiteral("grey.png"), solid(8, 8, 0xFF808080))});
+        QCOMPARE(unset.result(), source);
     }
 
 };

@@ -469,6 +469,7 @@ private slots:
         QTest::newRow("three: 2 x 2, one cell repeats") << 3 << QSize(180, 120) << 2 << 2;
         QTest::newRow("two: one row") << 2 << QSize(180, 120) << 1 << 2;
         QTest::newRow("five: 2 x 3") << 5 << QSize(270, 120) << 2 << 3;
+        QTest::newRow("ten: 3 x trunc(3.33 + 0.9)") << 10 << QSize(360, 180) << 3 << 4;
         // Otherwise columns = trunc(sqrt(n + 1)), rows = trunc(n / columns + 0.9).
         QTest::newRow("two on a tall background: one column") << 2 << QSize(120, 180) << 2 << 1;
         QTest::newRow("five on a square: 3 x 2") << 5 << QSize(180, 180) << 3 << 2;
@@ -479,7 +480,8 @@ private slots:
         QFETCH(QSize, background);
         QFETCH(int, rows);
         QFETCH(int, columns);
-        const QRgb colours[] = {0xFFC00000, 0xFF00C000, 0xFF0000C0, 0xFFC0C000, 0xFF00C0C0};
+        const QRgb colours[] = {0xFFC00000, 0xFF00C000, 0xFF0000C0, 0xFFC0C000, 0xFF00C0C0,
+                                0xFFC000C0, 0xFF606060, 0xFF600000, 0xFF006000, 0xFF000060};
         Images images;
         for (int i = 0; i < photos; ++i)
             images << solid(60, 40, colours[i]);
@@ -503,7 +505,7 @@ private slots:
         for (int k = 0; k < cells; ++k) {
             const QRgb pixel = rawPixel(result, k % columns * cellWidth + cellWidth / 2, k / columns * cellHeight + cellHeight / 2);
             bool repeated = false;
-            for (int i = 1; i < photos / 2.0 + 1; ++i)
+            for (int i = 1; i <= cells / 2; ++i)
                 repeated = repeated || closeColour(pixel, colours[i]);
             QVERIFY2(k < photos ? closeColour(pixel, colours[k]) : repeated, qPrintable(QString::number(k)));
         }

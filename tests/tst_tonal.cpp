@@ -205,6 +205,16 @@ private slots:
                imageOf(3, QVector<QRgb>(4, qRgb(50, 50, 0)) + QVector<QRgb>{qRgb(30, 40, 9)}
                               + QVector<QRgb>(7, qRgb(50, 50, 0))), {second}, QRect(5, 2, 3, 4));
 
+        // 200 pixels, 2 of grey 10 and 240: the points lie where the count exceeds 2, not where it
+        // reaches it, so 50 and 200: grey 100 becomes trunc(50 * 255 / 150) = 85.
+        const auto levels = [](const QVector<int>& counts, const QVector<int>& values) {
+            QVector<QRgb> pixels;
+            for (int i = 0; i < counts.size(); ++i)
+                pixels += QVector<QRgb>(counts[i], qRgb(values[i], values[i], values[i]));
+            return imageOf(20, pixels);
+        };
+        addRow("ContrastStretch beyond 1 %", "ContrastStretch", levels({2, 10, 176, 10, 2}, {10, 50, 100, 200, 240}),
+               levels({2, 10, 176, 10, 2}, {0, 0, 85, 255, 255}));
         // With a single value both points are that value. The 32-bit path tests the white point
         // first and gives 255; the indexed path tests the black point first and gives 0 (every
         // index is 5, entry 5 is grey 5). Both intended.

@@ -11,21 +11,15 @@
 
 namespace {
 
-// Pixel (x, y) is 0xFF000000 | x << 8 | y; indexed pixel i is i % 256 of 256 different colours.
+// Pixel i, row by row, has colour i % 256 of 256 different opaque colours (exactly so when
+// indexed), so that nearby pixels tell where they came from.
 QImage coordinates(int width, int height, QImage::Format format = QImage::Format_ARGB32)
 {
-    if (format == QImage::Format_Indexed8) {
-        QImage image(width, height, format);
-        for (int i = 0; i < 256; ++i)
-            image.setColor(i, qRgb(i, 255 - i, 7));
-        for (int i = 0; i < width * height; ++i)
-            image.setPixel(i % width, i / width, uint(i % 256));
-        return image;
-    }
-    QImage image(width, height, QImage::Format_ARGB32);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            image.setPixel(x, y, 0xFF000000u | uint(x) << 8 | uint(y));
+    QImage image(width, height, QImage::Format_Indexed8);
+    for (int i = 0; i < 256; ++i)
+        image.setColor(i, qRgb(i, 255 - i, 7));
+    for (int i = 0; i < width * height; ++i)
+        image.setPixel(i % width, i / width, uint(i % 256));
     return image.convertToFormat(format);
 }
 

@@ -31,9 +31,9 @@ test-asan: deps
 	@cd $(ASAN_DIR) && ctest --output-on-failure -j $(JOBS)
 
 # The suites whose effects and jobs compute on more than one thread: the photo converter, cancels
-# from another thread, ImageMagick started from several threads, libRedEye's per-thread trace,
+# from another thread (every registered effect), ImageMagick started from several threads, libRedEye's per-thread trace,
 # zelfx apply --threaded.
-TSAN_TESTS = tst_converter tst_simple tst_magick tst_artistic tst_redeye tst_zelfx
+TSAN_TESTS = tst_converter tst_effects tst_simple tst_magick tst_artistic tst_redeye tst_zelfx
 empty :=
 space := $(empty) $(empty)
 

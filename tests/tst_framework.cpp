@@ -9,8 +9,7 @@
 #include <QtTest>
 #include <memory>
 
-// The framework driven through the shared probe effect, which is built exactly like the
-// library's own effects. What every registered effect must do is checked by tst_effects.
+// The framework through the shared probe effect; what every registered effect must do is in tst_effects.
 static QImage filledImage(int width, int height)
 {
     QImage image(width, height, QImage::Format_ARGB32);
@@ -23,213 +22,169 @@ class TestFramework : public QObject
     Q_OBJECT
 
 private slots:
-    void signalizer();
-    void constructorImageEqualsSetSourceImage();
-    void progressReachesThePublicObjectOnce();
-    void parameterIntValueRespectsEnabled();
-    void mapParameters_data();
-    void mapParameters();
-    void listAndContainerParameters();
-    void previews();
-    void cancelEmitsFinishedAndCutsTheSignalizer();
-    void signalizerSurvivesWhileCancelIsNotAllowed();
-    void applySubProcessorRelaysProgress();
-    void registryFinds_data();
-    void registryFinds();
-};
-
-void TestFramework::signalizer()
-{
-    ZelProgressSignalizer signalizer;
-    QSignalSpy progress(&signalizer, &ZelProgressSignalizer::progressChanged);
-    QSignalSpy names(&signalizer, qOverload<const QString&>(&ZelProgressSignalizer::processName));
-    signalizer.setProgress(3, 10);
-    QCOMPARE(progress.count(), 1);
-    QCOMPARE(progress.at(0), (QVariantList{3, 10}));
-    QCOMPARE(signalizer.processName(), QString()); // progress is relayed, not stored
-    signalizer.setProcessName("Blur");
-    QCOMPARE(names.count(), 1);
-    QCOMPARE(signalizer.processName(), QString("Blur"));
-    signalizer.setCancelled();
-    QVERIFY(signalizer.cancelled());
-    signalizer.start();
-    QVERIFY(!signalizer.cancelled());
-    signalizer.setCancelAllowed(false);
-    signalizer.setCancelled(true);
-    QVERIFY(signalizer.cancelled()); // the request stays recorded even while not allowed
-}
-
-void TestFramework::constructorImageEqualsSetSourceImage()
-{
-    QImage image = filledImage(3, 2);
-    image.setPixel(0, 0, 0xFF000000);
-    ZelImageProcessorFlipHorizontal constructed(image);
-    ZelImageProcessorFlipHorizontal assigned;
-    assigned.setSourceImage(image);
-    const QImage result = constructed.result();
-    QCOMPARE(result.pixel(0, 1), 0xFF000000u);
-    QCOMPARE(assigned.result(), result);
-}
-
-// The placeholder implementation's relay must be gone once the effect installed its own, or
-// every progress would arrive twice.
-void TestFramework::progressReachesThePublicObjectOnce()
-{
-    ZelImageProcessorProbe probe(filledImage(4, 4));
-    QSignalSpy progress(&probe, &ZelImageProcessor::progress);
-    probe.result();
-    QCOMPARE(progress.count(), 2);
-    QCOMPARE(progress.at(0), (QVariantList{"Probe title", "step", 1, 2}));
-    QCOMPARE(progress.at(1), (QVariantList{"Probe title", "step", 2, 2}));
-    // Outside result() the signalizer is not connected.
-    probe.baseImpl()->progressSignalizer()->setProgress(5, 5);
-    QCOMPARE(progress.count(), 2);
-}
-
-// A disabled parameter reads as 0 where the caller respects the switch.
-void TestFramework::parameterIntValueRespectsEnabled()
-{
-    ZelImageProcessorProbe probe;
-    ZelImageProcessorImpl* impl = probe.baseImpl();
-    impl->setParameterValue("BBlur", 7);
-    QCOMPARE(impl->parameterIntValue("BBlur", true), 7);
-    ZelParameterDescription blur = impl->parameters().parameter("BBlur");
-    blur.setEnabled(false);
-    impl->parameters().add(blur, 1, 0);
-    QCOMPARE(impl->parameterIntValue("BBlur", true), 0);
-    QCOMPARE(impl->parameterIntValue("BBlur", false), 7);
-}
-
-// Both map forms reset an entry whose switch is off to its default, whatever value it carries;
-// the UI form maps numbers from the shown range (AStrength: 0 ... 100 shown, 0 ... 1 stored).
-void TestFramework::mapParameters_data()
-{
-    QTest::addColumn<bool>("uiUnits");
-    QTest::addColumn<bool>("enabled");
-    QTest::addColumn<QVariant>("given");
-    QTest::addColumn<int>("expectedPercent");
-    QTest::newRow("values, on") << false << true << QVariant(0.8) << 80;
-    QTest::newRow("values, off") << false << false << QVariant(0.8) << 50;
-    QTest::newRow("UI units, on") << true << true << QVariant(20) << 20;
-    QTest::newRow("UI units, off") << true << false << QVariant(20) << 50;
-}
-
-void TestFramework::mapParameters()
-{
-    QFETCH(bool, uiUnits);
-    QFETCH(bool, enabled);
-    QFETCH(QVariant, given);
-    QFETCH(int, expectedPercent);
-    ZelImageProcessorProbe probe(filledImage(2, 2));
-    probe.baseImpl()->parameters().setValue("AStrength", 0.3);
-    ZelUIParameterMap map;
-    map.insert("AStrength", qMakePair(given, enabled));
-    if (uiUnits)
-        probe.setUIParameters(map);
-    else
-        probe.setParameters(map);
-    probe.result();
-    QCOMPARE(probe.lastStrengthPercent(), expectedPercent);
-}
-
-// The list form copies values by name only; the container form replaces the whole container.
-void TestFramework::listAndContainerParameters()
-{
-    ZelImageProcessorProbe probe;
-    ZelParameterDescription foreign;
-    foreign.setParameterName("BBlur");
-    foreign.setVisibleName("foreign label");
-    foreign.setValue(8);
-    probe.setParameters(QList<ZelParameterDescription>{foreign});
-    const ZelParameterDescription stored = probe.parameterContainer().parameter("BBlur");
-    QCOMPARE(stored.value(), QVariant(8));
-    QCOMPARE(stored.visibleName(), QString("Blur"));
-    QVERIFY(stored.isCheckable());
-
-    ZelParameterDescriptionContainer container("Other", QString());
-    container.setValue("X", 1);
-    probe.setParameters(container);
-    QCOMPARE(probe.parameterContainer().typeName(), QString("Other"));
-    QCOMPARE(probe.parameterContainer().parameterNames(), QStringList{"X"});
-}
-
-// Previews run on an unconnected temporary: no progress, and this object's state stays as it is.
-void TestFramework::previews()
-{
-    ZelImageProcessorProbe probe(filledImage(400, 200));
-    QSignalSpy progress(&probe, &ZelImageProcessor::progress);
-    QSignalSpy finished(&probe, &ZelImageProcessor::finished);
-    QCOMPARE(probe.generatePreview(QSize(100, 100)).size(), QSize(100, 50));
-    QCOMPARE(probe.generatePreview(QRect(10, 20, 30, 40)).size(), QSize(30, 40));
-    QCOMPARE(progress.count() + finished.count(), 0);
-    QCOMPARE(probe.lastSourceSize(), QSize());
-}
-
-// cancel() ends the work at once: finished(false), the signalizer flagged and cut off; the
-// loops' resetCancel() reports the request once, while the signalizer's flag waits for start().
-void TestFramework::cancelEmitsFinishedAndCutsTheSignalizer()
-{
-    ZelImageProcessorProbe probe(filledImage(2, 2));
-    ZelImageProcessorImpl* impl = probe.baseImpl();
-    QSignalSpy finished(&probe, &ZelImageProcessor::finished);
-    QSignalSpy progress(&probe, &ZelImageProcessor::progress);
-    QSignalSpy canceled(&probe, &ZelImageProcessor::operationCanceled);
-    QVERIFY(!impl->resetCancel());
-    impl->connectProgressSignalizer();
-    probe.cancel();
-    QCOMPARE(finished.count(), 1);
-    QCOMPARE(finished.at(0).at(0).toBool(), false);
-    QCOMPARE(canceled.count(), 0); // only composite effects emit it
-    impl->progressSignalizer()->setProgress(1, 1);
-    QCOMPARE(progress.count(), 0);
-    QVERIFY(impl->isCancelled());
-    QVERIFY(impl->resetCancel());
-    QVERIFY(!impl->resetCancel());
-    QVERIFY(impl->progressSignalizer()->cancelled());
-}
-
-// A signalizer whose cancelling is switched off outlives its effect, on purpose.
-void TestFramework::signalizerSurvivesWhileCancelIsNotAllowed()
-{
-    for (bool allowed : {false, true}) {
-        auto probe = std::make_unique<ZelImageProcessorProbe>();
-        QPointer<ZelProgressSignalizer> signalizer = probe->baseImpl()->progressSignalizer();
-        signalizer->setCancelAllowed(allowed);
-        probe.reset();
-        QCOMPARE(signalizer.isNull(), allowed);
-        delete signalizer.data();
+    void signalizer()
+    {
+        ZelProgressSignalizer signalizer;
+        QSignalSpy progress(&signalizer, &ZelProgressSignalizer::progressChanged);
+        QSignalSpy names(&signalizer, qOverload<const QString&>(&ZelProgressSignalizer::processName));
+        signalizer.setProgress(3, 10);
+        signalizer.setProcessName("Blur");
+        QCOMPARE(progress, (QList<QVariantList>{{3, 10}}));
+        QCOMPARE(names, (QList<QVariantList>{{"Blur"}}));
+        signalizer.setCancelled();
+        QVERIFY(signalizer.cancelled());
+        signalizer.start();
+        QVERIFY(!signalizer.cancelled());
+        signalizer.setCancelAllowed(false);
+        signalizer.setCancelled(true);
+        QVERIFY(signalizer.cancelled()); // the request stays recorded even while not allowed
     }
-}
 
-void TestFramework::applySubProcessorRelaysProgress()
-{
-    ZelImageProcessorProbe outer(filledImage(2, 2));
-    ZelImageProcessorProbe inner(filledImage(5, 1));
-    QSignalSpy progress(&outer, &ZelImageProcessor::progress);
-    QCOMPARE(outer.baseImpl()->applySubProcessor(&inner).size(), QSize(5, 1));
-    QCOMPARE(progress.count(), 2);
-    inner.result(); // the relay ends with the sub-step
-    QCOMPARE(progress.count(), 2);
-}
+    void constructorImageEqualsSetSourceImage()
+    {
+        QImage image = filledImage(3, 2);
+        image.setPixel(0, 0, 0xFF000000);
+        ZelImageProcessorFlipHorizontal assigned;
+        assigned.setSourceImage(image);
+        QCOMPARE(assigned.result(), ZelImageProcessorFlipHorizontal(image).result());
+        QCOMPARE(assigned.result().pixel(0, 1), 0xFF000000u);
+    }
 
-void TestFramework::registryFinds_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("className");
-    QTest::newRow("class name") << "ZelImageProcessorFlipHorizontal" << "ZelImageProcessorFlipHorizontal";
-    QTest::newRow("short name, any case") << "examplegauss" << "ZelImageProcessorExampleGauss";
-    QTest::newRow("unknown") << "NoSuchEffect" << QString();
-    QTest::newRow("empty") << QString() << QString();
-}
+    // The placeholder implementation's relay must be gone once the effect installed its own, or
+    // every progress would arrive twice.
+    void progressReachesThePublicObjectOnce()
+    {
+        ZelImageProcessorProbe probe(filledImage(4, 4));
+        QSignalSpy progress(&probe, &ZelImageProcessor::progress);
+        probe.result();
+        probe.baseImpl()->progressSignalizer()->setProgress(5, 5); // outside result(): not connected
+        QCOMPARE(progress, (QList<QVariantList>{{"Probe title", "step", 1, 2}, {"Probe title", "step", 2, 2}}));
+    }
 
-void TestFramework::registryFinds()
-{
-    QFETCH(QString, name);
-    QFETCH(QString, className);
-    const QMetaObject* effect = ZelEffectRegistry::find(name);
-    QCOMPARE(effect ? QString(effect->className()) : QString(), className);
-    QCOMPARE(bool(std::unique_ptr<ZelImageProcessor>(ZelEffectRegistry::create(effect))), bool(effect));
-}
+    // A disabled parameter reads as 0 where the caller respects the switch.
+    void parameterIntValueRespectsEnabled()
+    {
+        ZelImageProcessorProbe probe;
+        ZelImageProcessorImpl* impl = probe.baseImpl();
+        impl->setParameterValue("BBlur", 7);
+        QCOMPARE(impl->parameterIntValue("BBlur", true), 7);
+        ZelParameterDescription blur = impl->parameters().parameter("BBlur");
+        blur.setEnabled(false);
+        impl->parameters().add(blur, 1, 0);
+        QCOMPARE(impl->parameterIntValue("BBlur", true), 0);
+        QCOMPARE(impl->parameterIntValue("BBlur", false), 7);
+    }
+
+    // Both map forms reset an entry whose switch is off to its default, whatever value it carries;
+    // the UI form maps numbers from the shown range (AStrength: 0 ... 100 shown, 0 ... 1 stored).
+    void mapParameters_data()
+    {
+        QTest::addColumn<bool>("uiUnits");
+        QTest::addColumn<bool>("enabled");
+        QTest::addColumn<QVariant>("given");
+        QTest::addColumn<int>("expectedPercent");
+        QTest::newRow("values, on") << false << true << QVariant(0.8) << 80;
+        QTest::newRow("values, off") << false << false << QVariant(0.8) << 50;
+        QTest::newRow("UI units, on") << true << true << QVariant(20) << 20;
+        QTest::newRow("UI units, off") << true << false << QVariant(20) << 50;
+    }
+    void mapParameters()
+    {
+        QFETCH(bool, uiUnits);
+        QFETCH(bool, enabled);
+        QFETCH(QVariant, given);
+        QFETCH(int, expectedPercent);
+        ZelImageProcessorProbe probe(filledImage(2, 2));
+        probe.baseImpl()->parameters().setValue("AStrength", 0.3);
+        const ZelUIParameterMap map{{"AStrength", {given, enabled}}};
+        if (uiUnits)
+            probe.setUIParameters(map);
+        else
+            probe.setParameters(map);
+        probe.result();
+        QCOMPARE(probe.lastStrengthPercent(), expectedPercent);
+    }
+
+    // The list form copies values by name only; the container form replaces the whole container.
+    void listAndContainerParameters()
+    {
+        ZelImageProcessorProbe probe;
+        ZelParameterDescription foreign;
+        foreign.setParameterName("BBlur");
+        foreign.setValue(8);
+        probe.setParameters(QList<ZelParameterDescription>{foreign});
+        const ZelParameterDescription stored = probe.parameterContainer().parameter("BBlur");
+        QCOMPARE(stored.value(), QVariant(8));
+        QCOMPARE(stored.visibleName(), QString("Blur"));
+        QVERIFY(stored.isCheckable());
+        ZelParameterDescriptionContainer container("Other", QString());
+        container.setValue("X", 1);
+        probe.setParameters(container);
+        QCOMPARE(probe.parameterContainer().typeName(), QString("Other"));
+        QCOMPARE(probe.parameterContainer().parameterNames(), QStringList{"X"});
+    }
+
+    // cancel() ends the work at once: finished(false), the signalizer flagged and cut off; the
+    // loops' resetCancel() reports the request once, while the signalizer's flag waits for start().
+    void cancelEmitsFinishedAndCutsTheSignalizer()
+    {
+        ZelImageProcessorProbe probe(filledImage(2, 2));
+        ZelImageProcessorImpl* impl = probe.baseImpl();
+        QSignalSpy finished(&probe, &ZelImageProcessor::finished);
+        QSignalSpy progress(&probe, &ZelImageProcessor::progress);
+        QSignalSpy canceled(&probe, &ZelImageProcessor::operationCanceled);
+        QVERIFY(!impl->resetCancel());
+        impl->connectProgressSignalizer();
+        probe.cancel();
+        impl->progressSignalizer()->setProgress(1, 1);
+        QCOMPARE(finished, (QList<QVariantList>{{false}}));
+        QCOMPARE(progress.count() + canceled.count(), 0); // only composite effects emit operationCanceled
+        QVERIFY(impl->isCancelled());
+        QVERIFY(impl->resetCancel());
+        QVERIFY(!impl->resetCancel());
+        QVERIFY(impl->progressSignalizer()->cancelled());
+    }
+
+    // A signalizer whose cancelling is switched off outlives its effect, on purpose.
+    void signalizerSurvivesWhileCancelIsNotAllowed()
+    {
+        for (bool allowed : {false, true}) {
+            auto probe = std::make_unique<ZelImageProcessorProbe>();
+            QPointer<ZelProgressSignalizer> signalizer = probe->baseImpl()->progressSignalizer();
+            signalizer->setCancelAllowed(allowed);
+            probe.reset();
+            QCOMPARE(signalizer.isNull(), allowed);
+            delete signalizer.data();
+        }
+    }
+
+    void applySubProcessorRelaysProgress()
+    {
+        ZelImageProcessorProbe outer(filledImage(2, 2));
+        ZelImageProcessorProbe inner(filledImage(5, 1));
+        QSignalSpy progress(&outer, &ZelImageProcessor::progress);
+        QCOMPARE(outer.baseImpl()->applySubProcessor(&inner).size(), QSize(5, 1));
+        QCOMPARE(progress.count(), 2);
+        inner.result(); // the relay ends with the sub-step
+        QCOMPARE(progress.count(), 2);
+    }
+
+    void registryFinds_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("className");
+        QTest::newRow("class name") << "ZelImageProcessorFlipHorizontal" << "ZelImageProcessorFlipHorizontal";
+        QTest::newRow("short name, any case") << "examplegauss" << "ZelImageProcessorExampleGauss";
+        QTest::newRow("unknown") << "NoSuchEffect" << QString();
+    }
+    void registryFinds()
+    {
+        QFETCH(QString, name);
+        const QMetaObject* effect = ZelEffectRegistry::find(name);
+        QTEST(effect ? QString(effect->className()) : QString(), "className");
+        QCOMPARE(bool(std::unique_ptr<ZelImageProcessor>(ZelEffectRegistry::create(effect))), bool(effect));
+    }
+};
 
 QTEST_MAIN(TestFramework)
 #include "tst_framework.moc"

@@ -71,6 +71,12 @@ bool closeColour(QRgb a, QRgb b)
     return qAbs(qRed(a) - qRed(b)) <= 2 && qAbs(qGreen(a) - qGreen(b)) <= 2 && qAbs(qBlue(a) - qBlue(b)) <= 2;
 }
 
+ZelImageProcessor* marking(ZelImageProcessorProbe& probe, QRgb mark)
+{
+    probe.behaviour().mark = mark;
+    return &probe;
+}
+
 // The collage with every colour white, so that only the photos show.
 void whiteCollage(ZelImageProcessorFotoCollage& collage, int columns, int rows, int maxAngle)
 {
@@ -332,15 +338,15 @@ private slots:
         QVERIFY(grid.result().isNull());
     }
 
+    // 200 x 100 photos in a row: 7 holes per frame, a pitch of width / (7 * columns), the first one half outside;
+    // 100 x 200 photos in a column: 7 holes over the whole length, whatever the number of frames (deliberate).
     void gridHoles_data()
     {
         QTest::addColumn<int>("photos");
         QTest::addColumn<bool>("horizontal");
-        QTest::addColumn<int>("expectedRuns");
-        // 200 x 100 photos in a row: 7 holes per frame, a pitch of width / (7 * columns), the first one half outside.
+        QTest::addColumn<int>("runs");
         QTest::newRow("three in a row: 21 + 1") << 3 << true << 22;
         QTest::newRow("two in a row: 14 + 1") << 2 << true << 15;
-        // 100 x 200 photos in a column: 7 holes over the whole length, whatever the number of frames (deliberate).
         QTest::newRow("three in a column: 7 + 1") << 3 << false << 8;
         QTest::newRow("two in a column: 7 + 1") << 2 << false << 8;
     }
@@ -348,16 +354,16 @@ private slots:
     {
         QFETCH(int, photos);
         QFETCH(bool, horizontal);
-        QFETCH(int, expectedRuns);
+        QFETCH(int, runs);
         ZelImageProcessorImageGrid grid(copies(photos, horizontal ? solid(200, 100, ~0u) : solid(100, 200, ~0u)));
         grid.setHorizontalFilmStrip(horizontal);
         // Horizontal: top margin trunc(200 * 0.15) = 30, holes trunc(30 * 0.56) = 16 high from y = 6. Vertical: a
         // left margin of 40, holes trunc(40 * 0.56) = 22 wide from x = 8 under a 3-pixel outline: column 19 is clear.
         grid.setLeftMargin(horizontal ? 8 : 40);
         const QImage result = grid.result();
-        QCOMPARE(transparentRuns(result, horizontal ? 14 : 19, horizontal), expectedRuns);
+        QCOMPARE(transparentRuns(result, horizontal ? 14 : 19, horizontal), runs);
         if (horizontal)
-            QCOMPARE(transparentRuns(result, result.height() - 30 + 14, true), expectedRuns);
+            QCOMPARE(transparentRuns(result, result.height() - 30 + 14, true), runs);
         QCOMPARE(transparentRuns(result, horizontal ? 40 : 60, horizontal), 0);
     }
 
@@ -387,25 +393,6 @@ private slots:
             QCOMPARE(collage.generatePreview(QRect(QPoint(0, 0), c.source)).size(), c.preview);
     }
 
-    // "EMaxAngle" 0: single-photo tiles are not turned, so their corners keep the photo's exact colours. 40 x 40 in
-    // 2 x 2 tiles of 20 x 20 without outline; border trunc(2) = 2.
-    void collageStraightTiles()
-    {
-        const QRgb quarters[] = {0xFFC00000, 0xFF00C000, 0xFF0000C0, 0xFFC0C000};
-        QImage source(40, 40, QImage::Format_ARGB32);
-        for (int tile = 0; tile < 4; ++tile)
-            QPainter(&source).fillRect(tile % 2 * 20, tile / 2 * 20, 20, 20, QColor::fromRgb(quarters[tile]));
-        ZelImageProcessorFotoCollage collage(source);
-        whiteCollage(collage, 2, 2, 0);
-        const QImage result = collage.result();
-        QCOMPARE(result.size(), QSize(2 + 2 * 22 + 2, 2 + 2 * 22 + 2));
-        for (int tile = 0; tile < 4; ++tile) {
-            const QPoint corner(2 + tile % 2 * 22, 2 + tile / 2 * 22);
-            QCOMPARE(rawPixel(result, corner.x(), corner.y()), quarters[tile]);
-            QCOMPARE(rawPixel(result, corner.x() + 19, corner.y() + 19), quarters[tile]);
-        }
-    }
-
     void collageLayout_data()
     {
         QTest::addColumn<int>("photos");
@@ -430,10 +417,10 @@ private slots:
         QFETCH(int, columns);
         const QRgb colours[] = {0xFFC00000, 0xFF00C000, 0xFF0000C0, 0xFFC0C000, 0xFF00C0C0,
                                 0xFFC000C0, 0xFF606060, 0xFF600000, 0xFF006000, 0xFF000060};
+        ZelImageProcessorFotoCollage collage;
         Images images;
         for (int i = 0; i < photos; ++i)
             images << solid(60, 40, colours[i]);
-        ZelImageProcessorFotoCollage collage;
         collage.setImages(images);
         collage.setBgSize(background.width(), background.height());
         whiteCollage(collage, 5, 5, 0);
@@ -441,34 +428,41 @@ private slots:
         const QImage result = collage.result();
         QCOMPARE(result.size(), background);
         // Two passes over the cells, each reported ("Foto To Collage", untranslated).
-        const int cells = rows * columns;
+        const int cells = rows * columns, width = background.width() / columns, height = background.height() / rows;
         QCOMPARE(progress.count(), 2 * cells);
         QCOMPARE(progress.last(), (QVariantList{"Foto To Collage", QString(), 2 * cells, 2 * cells}));
         // The middle of every cell shows its photo, turned by 5 degrees; a cell too many repeats photo
         // trunc(qrand() / 2^31 * n / 2 + 1), never the first.
-        const int cellWidth = background.width() / columns;
-        const int cellHeight = background.height() / rows;
         for (int k = 0; k < cells; ++k) {
-            const QRgb pixel = rawPixel(result, k % columns * cellWidth + cellWidth / 2,
-                                        k / columns * cellHeight + cellHeight / 2);
-            bool repeated = false;
-            for (int i = 1; i <= cells / 2; ++i)
-                repeated = repeated || closeColour(pixel, colours[i]);
-            QVERIFY2(k < photos ? closeColour(pixel, colours[k]) : repeated, qPrintable(QString::number(k)));
+            const QRgb pixel = rawPixel(result, k % columns * width + width / 2, k / columns * height + height / 2);
+            const auto shows = [pixel](QRgb colour) { return closeColour(pixel, colour); };
+            QVERIFY2(k < photos ? shows(colours[k]) : std::any_of(colours + 1, colours + 1 + cells / 2, shows),
+                     qPrintable(QString::number(k)));
         }
     }
 
-    // Deliberate oddities: "EMaxAngle" 0 still turns every print of several by 5 degrees, so the corner of the first
-    // print's place stays white (one row of two 90 x 60 cells, the print fitted to the cell's height and centred);
-    // background mode 1 is the raw value 19, the texture modes are RGB32 (a missing texture stretches to black),
+    // "EMaxAngle" 0 turns no tile of a single photo, so the corners of 20 x 20 tiles of 40 x 40 keep their exact
+    // colours (border trunc(2) = 2), but every print of several by 5 degrees (deliberate): the corner of the first
+    // print's place stays white (one row of two 90 x 60 cells, the print fitted to the cell's height and centred).
+    // Background mode 1 is the raw value 19, the texture modes are RGB32 (a missing texture stretches to black),
     // unknown modes give a null image.
-    void collageBackgroundAndTilt()
+    void collageTiltAndBackground()
     {
-        ZelImageProcessorFotoCollage collage;
+        const QRgb quarters[] = {0xFFC00000, 0xFF00C000, 0xFF0000C0, 0xFFC0C000};
+        QImage source(40, 40, QImage::Format_ARGB32);
+        for (int tile = 0; tile < 4; ++tile)
+            QPainter(&source).fillRect(tile % 2 * 20, tile / 2 * 20, 20, 20, QColor::fromRgb(quarters[tile]));
+        ZelImageProcessorFotoCollage collage(source);
+        whiteCollage(collage, 2, 2, 0);
+        QImage result = collage.result();
+        QCOMPARE(result.size(), QSize(2 + 2 * 22 + 2, 2 + 2 * 22 + 2));
+        for (int tile = 0; tile < 4; ++tile) {
+            const int x = 2 + tile % 2 * 22, y = 2 + tile / 2 * 22;
+            QVERIFY(rawPixel(result, x, y) == quarters[tile] && rawPixel(result, x + 19, y + 19) == quarters[tile]);
+        }
         collage.setImages({solid(60, 40, 0xFFC00000), solid(60, 40, 0xFF00C000)});
         collage.setBgSize(180, 60);
-        whiteCollage(collage, 5, 5, 0);
-        QImage result = collage.result();
+        result = collage.result();
         QVERIFY(closeColour(rawPixel(result, 45, 30), 0xFFC00000));
         QCOMPARE(rawPixel(result, 4, 1), 0xFFFFFFFFu);
         QImage texture(2, 1, QImage::Format_RGB32);
@@ -491,12 +485,10 @@ private slots:
     {
         const QImage source = solid(4, 2, 0xFF000000);
         ZelImageProcessorProbe first, second;
-        first.behaviour().mark = 0xFF0000FF;
-        second.behaviour().mark = 0xFF00FF00;
         auto gone = std::make_unique<ZelImageProcessorProbe>();
-        gone->behaviour().mark = 0xFFFF0000;
         ZelImageProcessorComposer composer(source);
-        for (ZelImageProcessor* step : QList<ZelImageProcessor*>{&second, gone.get(), nullptr, &composer, &first, &second})
+        for (ZelImageProcessor* step : QList<ZelImageProcessor*>{marking(second, 0xFF00FF00), marking(*gone, 0xFFFF0000),
+                                                                 nullptr, &composer, marking(first, 0xFF0000FF), &second})
             composer.addProcessor(step);
         gone.reset();
         QCOMPARE(composer.generatePreview(QRect(1, 0, 2, 2)), source.copy(1, 0, 2, 2)); // no chain (deliberate)
@@ -504,9 +496,8 @@ private slots:
         QSignalSpy finished(&composer, &ZelImageProcessor::finished);
         const QImage result = composer.result();
         QImage expected = source;
-        const QRgb marks[] = {0xFF00FF00u, 0xFF0000FFu, 0xFF00FF00u};
         for (int x = 0; x < 3; ++x)
-            expected.setPixel(x, 0, marks[x]);
+            expected.setPixel(x, 0, x == 1 ? 0xFF0000FFu : 0xFF00FF00u);
         QCOMPARE(result, expected);
         QCOMPARE(progress.count(), 3 * 2);
         QCOMPARE(progress.first(), (QVariantList{"Probe title", "step", 1, 2}));
@@ -518,16 +509,16 @@ private slots:
     }
 
     // A cancel from inside the second step's progress cancels that step and stops the chain before the third: the
-    // source comes back, without a closing finished. The request is used up.
+    // source comes back, without a closing finished. The request is used up. Cancelled in the last step (a real
+    // effect that polls its flag per row, and returns its own source then), the chain returns that step's result and
+    // reports false. Cancelled before it runs, no step runs and no finished comes.
     void chainCancel()
     {
         const QImage source = solid(4, 1, 0xFF000000);
         ZelImageProcessorProbe steps[3];
         ZelImageProcessorComposer composer(source);
-        for (int i = 0; i < 3; ++i) {
-            steps[i].behaviour().mark = 0xFF000000u | 0x10u * (i + 1);
-            composer.addProcessor(&steps[i]);
-        }
+        for (int i = 0; i < 3; ++i)
+            composer.addProcessor(marking(steps[i], 0xFF000000u | 0x10u * (i + 1)));
         int reports = 0;
         connect(&composer, &ZelImageProcessor::progress, this, [&] {
             if (++reports == 4)
@@ -536,40 +527,31 @@ private slots:
         QSignalSpy finished(&composer, &ZelImageProcessor::finished);
         QSignalSpy canceled(&composer, &ZelImageProcessor::operationCanceled);
         QCOMPARE(composer.result(), source);
-        QCOMPARE(reports, 4);
-        QCOMPARE(canceled.count(), 1);
-        QCOMPARE(finished.count(), 0);
+        QVERIFY(reports == 4 && canceled.count() == 1 && finished.isEmpty());
         QCOMPARE(rawPixel(composer.result(), 2, 0), 0xFF000030u);
         QCOMPARE(Finished(finished), Finished{{true}});
-    }
 
-    // Cancelled in the last step (a real effect that polls its flag per row, and returns its own source then), the
-    // chain returns that step's result and reports false. Cancelled before it runs, no step runs and no finished comes.
-    void chainCancelInTheLastStep()
-    {
-        QImage source = photo(4, 3);
-        source.setPixel(0, 0, 0xFF000000u); // for the probe to mark
-        ZelImageProcessorProbe probe;
-        probe.behaviour().mark = 0xFF0000FF;
+        QImage picture = photo(4, 3);
+        picture.setPixel(0, 0, 0xFF000000u); // for the probe to mark
         ZelImageProcessorExampleGrayscale grey;
-        ZelImageProcessorComposer composer(source);
-        composer.addProcessor(&probe);
-        composer.addProcessor(&grey);
+        ZelImageProcessorComposer last(picture);
+        last.addProcessor(&steps[2]);
+        last.addProcessor(&grey);
         QStringList titles;
-        connect(&composer, &ZelImageProcessor::progress, this, [&](const QString& title) {
+        connect(&last, &ZelImageProcessor::progress, this, [&](const QString& title) {
             titles << title;
             if (title == QLatin1String("Example"))
-                composer.cancel();
+                last.cancel();
         });
-        QSignalSpy finished(&composer, &ZelImageProcessor::finished);
-        QImage probed = source;
-        probed.setPixel(0, 0, 0xFF0000FF);
-        QCOMPARE(composer.result(), probed);
+        QSignalSpy lastFinished(&last, &ZelImageProcessor::finished);
+        QImage probed = picture;
+        probed.setPixel(0, 0, 0xFF000030u);
+        QCOMPARE(last.result(), probed);
         QCOMPARE(titles, QStringList({"Probe title", "Probe title", "Example"}));
-        composer.cancel();
-        QCOMPARE(composer.result(), source);
+        last.cancel();
+        QCOMPARE(last.result(), picture);
         QCOMPARE(titles.size(), 3);
-        QCOMPARE(Finished(finished), Finished{{false}});
+        QCOMPARE(Finished(lastFinished), Finished{{false}});
     }
 
     void exampleComposer()

@@ -10,7 +10,6 @@
 #include "ZelTestProbe.h"
 
 #include <QPainter>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -54,16 +53,12 @@ bool closeColour(QRgb a, QRgb b)
     return qAbs(qRed(a) - qRed(b)) <= 2 && qAbs(qGreen(a) - qGreen(b)) <= 2 && qAbs(qBlue(a) - qBlue(b)) <= 2;
 }
 
-ZelImageProcessor* marking(ZelImageProcessorProbe& probe, QRgb mark)
-{
-    probe.behaviour().mark = mark;
-    return &probe;
-}
+ZelImageProcessor* marking(ZelImageProcessorProbe& probe, QRgb mark) { return probe.behaviour().mark = mark, &probe; }
 
 // The collage with every colour white, so that only the photos show.
-void whiteCollage(ZelImageProcessorFotoCollage& collage, int columns, int rows, int maxAngle)
+void whiteCollage(ZelImageProcessorFotoCollage& collage, int columns, int rows)
 {
-    collage.setParameters(columns, rows, 0, 0, maxAngle, Qt::white, Qt::white, Qt::white);
+    collage.setParameters(columns, rows, 0, 0, 0, Qt::white, Qt::white, Qt::white);
 }
 
 struct ShadowCase
@@ -302,8 +297,7 @@ private slots:
     void collageSize_data()
     {
         QTest::addColumn<CollageCase>("c");
-        // 100 x 50 in 5 x 5 tiles of 20 x 10; outline trunc(20 * 0.05) = 1 on every side gives 22 x 12, the shadow
-        // trunc(22 * 0.05) = 1 plus 2 gives 25 x 15; the border is trunc(max(2.5, 5)) = 5 on every side.
+        // 5 x 5 tiles of 20 x 10 grow by an outline of 1 on every side and a shadow of 1 + 2 to 25 x 15; border 5.
         QTest::newRow("defaults") << CollageCase{{100, 50}, {5, 5}, 5, {5 * 25 + 10, 5 * 15 + 10}};
         QTest::newRow("no outline, no shadow: still 2 more") << CollageCase{{100, 50}, {5, 5}, 0, {120, 70}};
         QTest::newRow("source narrower: null tiles, 2 x 2 shadows") << CollageCase{{3, 50}, {5, 5}, 5, {14, 14}};
@@ -353,7 +347,7 @@ private slots:
             images << solid(60, 40, colours[i]);
         collage.setImages(images);
         collage.setBgSize(background.width(), background.height());
-        whiteCollage(collage, 5, 5, 0);
+        whiteCollage(collage, 5, 5);
         QSignalSpy progress(&collage, &ZelImageProcessor::progress);
         const QImage result = collage.result();
         QCOMPARE(result.size(), background);
@@ -368,16 +362,15 @@ private slots:
         }
     }
 
-    // "EMaxAngle" 0 turns no tile of a single photo: the corners of 20 x 20 tiles of 40 x 40 keep their exact colours
-    // (border 2). But it turns every print of several by 5 degrees (deliberate): the corner of the first print's place
-    // stays white (one row of two 90 x 60 cells, the print fitted to the cell's height and centred). Background mode
-    // 1 is the raw value 19, the texture modes are RGB32 (a missing texture stretches to black), unknown ones null.
+    // Maximum angle 0 turns no 20 x 20 tile of one photo, but every print of several by 5 degrees (deliberate): the
+    // first print's corner stays white (two 90 x 60 cells, the print centred). Background mode 1 is the raw value 19,
+    // the texture modes are RGB32 (a missing texture stretches to black), unknown ones null.
     void collageTiltAndBackground()
     {
         QImage source = solid(40, 40, 0xFFC00000);
         QPainter(&source).fillRect(20, 20, 20, 20, QColor(0, 0xC0, 0));
         ZelImageProcessorFotoCollage collage(source);
-        whiteCollage(collage, 2, 2, 0);
+        whiteCollage(collage, 2, 2);
         QImage result = collage.result();
         QVERIFY(rawPixel(result, 2, 2) == 0xFFC00000u && rawPixel(result, 21, 21) == 0xFFC00000u);
         QVERIFY(rawPixel(result, 24, 24) == 0xFF00C000u && rawPixel(result, 43, 43) == 0xFF00C000u);
@@ -413,8 +406,7 @@ private slots:
             composer.addProcessor(step);
         gone.reset();
         QCOMPARE(composer.generatePreview(QRect(1, 0, 2, 2)), source.copy(1, 0, 2, 2)); // no chain (deliberate)
-        QSignalSpy progress(&composer, &ZelImageProcessor::progress);
-        QSignalSpy finished(&composer, &ZelImageProcessor::finished);
+        QSignalSpy progress(&composer, &ZelImageProcessor::progress), finished(&composer, &ZelImageProcessor::finished);
         const QImage result = composer.result();
         QImage expected = source;
         QPainter(&expected).fillRect(0, 0, 3, 1, QColor(0, 255, 0));
@@ -427,10 +419,9 @@ private slots:
         QCOMPARE(composer.result(), result);
     }
 
-    // A cancel from inside the second step's progress cancels that step and stops the chain before the third: the
-    // source comes back, without a closing finished. The request is used up. Cancelled in the last step (a real
-    // effect that polls its flag per row, and returns its own source then), the chain returns that step's result and
-    // reports false. Cancelled before it runs, no step runs and no finished comes.
+    // Cancelled from the second step's progress, the chain stops before the third: the source comes back, without
+    // finished; the request is used up. Cancelled in the last step (a real effect polling per row, which returns its
+    // own source), it returns that step's result and reports false; cancelled before, no step runs, no finished.
     void chainCancel()
     {
         const QImage source = solid(4, 1, 0xFF000000);
@@ -470,10 +461,9 @@ private slots:
         QCOMPARE(Finished(lastFinished), Finished{{false}});
     }
 
-    // 100 x 100 in 30 x 30 blocks: 4 rows and columns, the last ones clipped, each a thumbnail drawn by qrand(). Over
-    // a transparent source the hard-light overlay leaves the grey mosaic: red (200, 0, 0) turns (11 * 200) >> 5 = 68,
-    // blue (0, 0, 255) (5 * 255) >> 5 = 39. Two thumbnails and four block rows are reported; a cancel after a report
-    // gives the source.
+    // 100 x 100 in 30 x 30 blocks, the last ones clipped, each a thumbnail drawn by qrand(). Over a transparent source
+    // the overlay leaves the grey mosaic: red (200, 0, 0) turns (11 * 200) >> 5 = 68, blue (5 * 255) >> 5 = 39. Two
+    // thumbnails and four block rows are reported; a cancel after a report gives the source.
     void photosInPhotoBlocks()
     {
         const QImage source = solid(100, 100, 0x00000000);
@@ -509,8 +499,7 @@ private slots:
     // block. Without files, or before a block size is set, the source comes back unchanged.
     void photosInPhotoThumbnails()
     {
-        QImage halves(60, 30, QImage::Format_RGB32);
-        halves.fill(qRgb(0, 0, 255));
+        QImage halves = solid(60, 30, qRgb(0, 0, 255));
         QPainter(&halves).fillRect(0, 0, 30, 30, Qt::red);
         ZelImageProcessorPhotosInPhoto effect(solid(30, 30, 0x00000000));
         effect.setImageFileList({writeImage(QStringLiteral("halves.png"), halves)});

@@ -1,10 +1,8 @@
-// Composition effects: the drop shadow, the film-strip grid, the photo collage, composers and
-// photos-in-photo.
+// Composition effects: the drop shadow, the film-strip grid, the photo collage, composers and photos-in-photo.
 
 #include "ZelEffectTestSupport.h"
 #include "ZelImageProcessorComposer.h"
 #include "ZelImageProcessorDropShadow.h"
-#include "ZelImageProcessorExampleGauss.h"
 #include "ZelImageProcessorExampleGrayscale.h"
 #include "ZelImageProcessorFotoCollage.h"
 #include "ZelImageProcessorImageGrid.h"
@@ -12,7 +10,6 @@
 #include "ZelTestProbe.h"
 
 #include <QPainter>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -22,6 +19,8 @@
 namespace {
 
 using Images = QList<QImage>;
+using Finished = QList<QVariantList>;
+using Map = QVariantMap;
 
 QImage solid(int width, int height, QRgb colour)
 {
@@ -30,38 +29,23 @@ QImage solid(int width, int height, QRgb colour)
     return image;
 }
 
-QRgb rawPixel(const QImage& image, int x, int y)
-{
-    return reinterpret_cast<const QRgb*>(image.constScanLine(y))[x];
-}
+Images copies(int count, const QImage& image) { return QVector<QImage>(count, image).toList(); }
 
-// Noise from a generator of its own, leaving qrand() alone; translucent images mix alphas 255, 0,
-// 128 and random ones.
+QRgb rawPixel(const QImage& image, int x, int y) { return reinterpret_cast<const QRgb*>(image.constScanLine(y))[x]; }
+
+QRgb& rawPixel(QImage& image, int x, int y) { return reinterpret_cast<QRgb*>(image.scanLine(y))[x]; }
+
+// Noise from a generator of its own, leaving qrand() alone; translucent images mix alphas 255, 0, 128 and random ones.
 QImage noiseImage(int width, int height, bool translucent, quint32 state)
 {
     QImage image(width, height, QImage::Format_ARGB32);
     const auto next = [&state] { return (state = state * 1664525u + 1013904223u) >> 8; };
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            const quint32 alphas[] = {255, 0, 128, next() & 0xFF};
-            const QRgb colour = next() & 0xFFFFFF;
-            reinterpret_cast<QRgb*>(image.scanLine(y))[x] = colour | (translucent ? alphas[next() % 4] : 255u) << 24;
-        }
+    for (int i = 0; i < width * height; ++i) {
+        const quint32 alphas[] = {255, 0, 128, next() & 0xFF};
+        const QRgb colour = next() & 0xFFFFFF;
+        rawPixel(image, i % width, i / width) = colour | (translucent ? alphas[next() % 4] : 255u) << 24;
     }
     return image;
-}
-
-// The runs of fully transparent pixels along a row (or a column).
-int transparentRuns(const QImage& image, int fixed, bool alongRow)
-{
-    int runs = 0;
-    bool inRun = false;
-    for (int i = 0; i < (alongRow ? image.width() : image.height()); ++i) {
-        const bool clear = qAlpha(alongRow ? rawPixel(image, i, fixed) : rawPixel(image, fixed, i)) == 0;
-        runs += clear && !inRun;
-        inRun = clear;
-    }
-    return runs;
 }
 
 bool closeColour(QRgb a, QRgb b)
@@ -69,13 +53,47 @@ bool closeColour(QRgb a, QRgb b)
     return qAbs(qRed(a) - qRed(b)) <= 2 && qAbs(qGreen(a) - qGreen(b)) <= 2 && qAbs(qBlue(a) - qBlue(b)) <= 2;
 }
 
+ZelImageProcessor* marking(ZelImageProcessorProbe& probe, QRgb mark) { return probe.behaviour().mark = mark, &probe; }
+
 // The collage with every colour white, so that only the photos show.
-void whiteCollage(ZelImageProcessorFotoCollage& collage, int columns, int rows, int outline, int shadow, int angle)
+void whiteCollage(ZelImageProcessorFotoCollage& collage, int columns, int rows)
 {
-    collage.setParameters(columns, rows, outline, shadow, angle, Qt::white, Qt::white, Qt::white);
+    collage.setParameters(columns, rows, 0, 0, 0, Qt::white, Qt::white, Qt::white);
 }
 
+struct ShadowCase
+{
+    QSize photo;
+    QVariantList values; // Angle, Distance, Size, Blur
+    QSize canvas;
+    QPoint photoAt;
+    QRect shadow; // where the hard shadow shows beside the photo
+    double totalScale;
+};
+
+struct GridCase
+{
+    QSize gridSize;
+    bool horizontal, strip;
+    QSize expected;
+    QPointF point; // normalised, and the index of the photo there
+    int index;
+    bool rightMarginToDefault = false;
+    Images images = {}; // three 100 x 60 photos if empty
+};
+
+struct CollageCase
+{
+    QSize source, grid;
+    int border; // outline and shadow width
+    QSize expected, preview = {};
+};
+
 } // namespace
+
+Q_DECLARE_METATYPE(ShadowCase)
+Q_DECLARE_METATYPE(GridCase)
+Q_DECLARE_METATYPE(CollageCase)
 
 class TestComposition : public QObject
 {
@@ -83,8 +101,7 @@ class TestComposition : public QObject
 
     QString writeImage(const QString& name, const QImage& image)
     {
-        const QString path = myDir.filePath(name);
-        return image.save(path) ? path : QString();
+        return image.save(myDir.filePath(name)) ? myDir.filePath(name) : QString();
     }
 
     QTemporaryDir myDir;
@@ -92,95 +109,70 @@ class TestComposition : public QObject
 private slots:
     void shadowCanvas_data()
     {
-        QTest::addColumn<QSize>("photo");
-        QTest::addColumn<QVariantList>("values"); // Angle, Distance, Size, Blur
-        QTest::addColumn<QSize>("canvas");
-        QTest::addColumn<QPoint>("photoAt");
-        QTest::addColumn<QRect>("shadow"); // where the hard shadow shows beside the photo
-        QTest::addColumn<QSizeF>("totalScale");
-        // A 20 x 10 photo, the shadow's centre trunc(20 * 50 / 100) = 10 pixels away: x from the
-        // sine, y from the cosine (deliberate), so 0 is below and 90 to the right.
-        const QSize photo(20, 10);
-        QTest::newRow("0: below") << photo << QVariantList{0, 50, 100, 0} << QSize(20, 20) << QPoint(0, 0)
-                                  << QRect(0, 10, 20, 10) << QSizeF(1, 1);
-        QTest::newRow("90: right") << photo << QVariantList{90, 50, 100, 0} << QSize(30, 10) << QPoint(0, 0)
-                                   << QRect(20, 0, 10, 10) << QSizeF(1, 1);
-        QTest::newRow("180: above") << photo << QVariantList{180, 50, 100, 0} << QSize(20, 20) << QPoint(0, 10)
-                                    << QRect(0, 0, 20, 10) << QSizeF(1, 1);
-        QTest::newRow("270: left") << photo << QVariantList{270, 50, 100, 0} << QSize(30, 10) << QPoint(10, 0)
-                                   << QRect(0, 0, 10, 10) << QSizeF(1, 1);
-        // Size 50: a 20 x 10 shadow centred 4 pixels below the middle of a 40 x 20 photo lies
-        // entirely behind it.
-        QTest::newRow("size 50: hidden") << QSize(40, 20) << QVariantList{0, 10, 50, 0} << QSize(40, 20)
-                                         << QPoint(0, 0) << QRect() << QSizeF(0.5, 0.5);
-        // The canvas grows by blurOffset = blur / 100 * 100 * 0.25 * 6 on the right and bottom of
-        // the shadow, which is then centred under the photo.
-        QTest::newRow("blur 4: 6 more") << QSize(100, 100) << QVariantList{0, 0, 100, 4} << QSize(106, 106)
-                                        << QPoint(3, 3) << QRect() << QSizeF(1.06, 1.06);
-        QTest::newRow("blur 8: 12 more") << QSize(100, 100) << QVariantList{0, 0, 100, 8} << QSize(112, 112)
-                                         << QPoint(6, 6) << QRect() << QSizeF(1.12, 1.12);
+        QTest::addColumn<ShadowCase>("c");
+        // The shadow's centre trunc(20 * 50 / 100) = 10 pixels away: x from the sine, y from the cosine (deliberate).
+        QTest::newRow("0: below") << ShadowCase{{20, 10}, {0, 50, 100, 0}, {20, 20}, {0, 0}, {0, 10, 20, 10}, 1};
+        QTest::newRow("90: right") << ShadowCase{{20, 10}, {90, 50, 100, 0}, {30, 10}, {0, 0}, {20, 0, 10, 10}, 1};
+        QTest::newRow("180: above") << ShadowCase{{20, 10}, {180, 50, 100, 0}, {20, 20}, {0, 10}, {0, 0, 20, 10}, 1};
+        QTest::newRow("270: left") << ShadowCase{{20, 10}, {270, 50, 100, 0}, {30, 10}, {10, 0}, {0, 0, 10, 10}, 1};
+        // A 20 x 10 shadow centred 4 pixels below the middle of a 40 x 20 photo lies entirely behind it.
+        QTest::newRow("size 50: hidden") << ShadowCase{{40, 20}, {0, 10, 50, 0}, {40, 20}, {0, 0}, {}, 0.5};
+        // The canvas grows by blurOffset = blur * 0.25 * 6 on the right and bottom of the shadow, centred.
+        QTest::newRow("blur 4: 6 more") << ShadowCase{{100, 100}, {0, 0, 100, 4}, {106, 106}, {3, 3}, {}, 1.06};
+        QTest::newRow("blur 8: 12 more") << ShadowCase{{100, 100}, {0, 0, 100, 8}, {112, 112}, {6, 6}, {}, 1.12};
     }
-    // Full intensity; the rest of the canvas stays transparent.
     void shadowCanvas()
     {
-        QFETCH(QSize, photo);
-        QFETCH(QVariantList, values);
-        QFETCH(QSize, canvas);
-        QFETCH(QPoint, photoAt);
-        QFETCH(QRect, shadow);
-        QFETCH(QSizeF, totalScale);
-        const auto effect = makeEffect("DropShadow", solid(photo.width(), photo.height(), 0xFFFF0000),
+        QFETCH(ShadowCase, c);
+        const QVariantList& values = c.values;
+        const auto effect = makeEffect("DropShadow", solid(c.photo.width(), c.photo.height(), 0xFFFF0000),
                                        {{"Angle", values[0]}, {"Distance", values[1]}, {"Size", values[2]},
                                         {"Blur", values[3]}, {"Intensity", 255}});
         QSignalSpy progress(effect.get(), &ZelImageProcessor::progress);
         const QImage result = effect->result();
-        QCOMPARE(result.size(), canvas);
-        QCOMPARE(result.format(), QImage::Format_ARGB32);
+        QCOMPARE(result.size(), c.canvas);
         const QSizeF scale = static_cast<ZelImageProcessorDropShadow*>(effect.get())->totalScale();
-        QVERIFY(qAbs(scale.width() - totalScale.width()) < 1e-9 && qAbs(scale.height() - totalScale.height()) < 1e-9);
-        const QRect photoRect(photoAt, photo);
-        for (int y = 0; y < canvas.height(); ++y) {
-            for (int x = 0; x < canvas.width(); ++x) {
-                if (photoRect.contains(x, y))
-                    QCOMPARE(rawPixel(result, x, y), 0xFFFF0000u);
-                else if (values[3] == 0)
-                    QCOMPARE(rawPixel(result, x, y), shadow.contains(x, y) ? 0xFF000000u : 0u);
-            }
-        }
-        // Only the blur runs the convolution effect, whose progress is relayed.
-        QCOMPARE(progress.isEmpty(), values[3] == 0);
+        QVERIFY(qAbs(scale.width() - c.totalScale) < 1e-9 && qAbs(scale.height() - c.totalScale) < 1e-9);
+        QImage expected = solid(c.canvas.width(), c.canvas.height(), 0);
+        QPainter(&expected).fillRect(c.shadow, Qt::black);
+        QPainter(&expected).fillRect(QRect(c.photoAt, c.photo), Qt::red);
+        const QRect exact = values[3] == 0 ? expected.rect() : QRect(c.photoAt, c.photo); // the blur leaves the photo
+        QCOMPARE(result.copy(exact), expected.copy(exact));
+        QCOMPARE(progress.isEmpty(), values[3] == 0); // only the blur's convolution reports
     }
 
-    void shadowColouredFromTranslucentParts()
+    // The shadow is the smooth-scaled photo's own premultiplied words, drawn: grey only their alpha; in colour opaque
+    // words turn black and translucent ones keep their colour (intended). The photo's clear half hides nothing.
+    void shadowKeepsTheScaledWords()
     {
-        // Left half opaque blue, right half red at alpha 128. Grey only: the shadow below is black
-        // with the photo's alpha. Otherwise the opaque half casts black and the translucent half
-        // its own colour (intended asymmetry).
-        QImage photo = solid(20, 10, 0xFF0000FF);
-        for (int i = 0; i < 100; ++i)
-            photo.setPixel(10 + i % 10, i / 10, 0x80FF0000u);
+        QImage photo = solid(40, 30, 0);
+        for (int x = 0, y = 0; y < 15; x = (x + 1) % 40, y += x == 0)
+            photo.setPixel(x, y, qRgba(x * 7 % 256, y * 9 % 256, 120, x > 10 && x < 30 ? 255 : x * 6 % 256));
+        const QImage scaled = photo.scaled(80, 60, Qt::KeepAspectRatio, Qt::SmoothTransformation);
         for (const bool greyOnly : {true, false}) {
-            ZelImageProcessorDropShadow effect(photo);
-            effect.setParameters({{"Blur", {0, true}}, {"Intensity", {255, true}}, {"Distance", {50, true}}});
-            effect.setGreyOnly(greyOnly);
-            const QImage result = effect.result();
-            QCOMPARE(result.size(), QSize(20, 20));
-            QCOMPARE(rawPixel(result, 5, 15), 0xFF000000u);
-            QCOMPARE(rawPixel(result, 15, 15), greyOnly ? 0x80000000u : 0x80FF0000u);
-            QCOMPARE(rawPixel(result, 5, 5), 0xFF0000FFu);
+            QImage words = scaled.copy(), expected = solid(80, 60, 0);
+            for (int i = 0; i < 80 * 60; ++i) {
+                QRgb& word = rawPixel(words, i % 80, i / 80);
+                word = greyOnly ? word & 0xFF000000u : qAlpha(word) == 255 ? 0xFF000000u : word;
+            }
+            QPainter(&expected).drawImage(0, 0, words);
+            const QImage result = makeEffect("DropShadow", photo, {{"AaGreyOnly", greyOnly}, {"Blur", 0}, {"Size", 200},
+                                             {"Distance", 100}, {"Intensity", 255}, {"Angle", 0}})->result();
+            bool found = false;
+            for (int top = 0; top + 60 <= result.height() && !found; ++top)
+                found = result.copy(0, top, 80, 60) == expected;
+            QVERIFY2(found, greyOnly ? "grey only" : "coloured");
         }
     }
 
-    // In colour the blur runs over the whole canvas, background included (deliberate): the
-    // Gaussian's truncated weights leave even a uniform background a little darker and
-    // translucent. Grey only, the background far from the shadow keeps its colour exactly.
+    // In colour the blur runs over the whole canvas, background included (deliberate): the Gaussian's truncated
+    // weights leave even a uniform background a little darker and translucent. Grey only, it keeps its colour.
     void shadowBlursTheBackgroundInColour()
     {
         for (const bool greyOnly : {true, false}) {
-            ZelImageProcessorDropShadow effect(solid(100, 100, 0xFFC81E1E));
-            effect.setParameters({{"Distance", {0, true}}, {"Blur", {8, true}}, {"AaGreyOnly", {greyOnly, true}},
-                                  {"AbBackgroundColor", {QColor(0, 200, 0), true}}});
-            const QRgb corner = rawPixel(effect.result(), 0, 0);
+            const QRgb corner = rawPixel(makeEffect("DropShadow", solid(100, 100, 0xFFC81E1E),
+                                                    {{"Distance", 0}, {"Blur", 8}, {"AaGreyOnly", greyOnly},
+                                                     {"AbBackgroundColor", QColor(0, 200, 0)}})->result(), 0, 0);
             QCOMPARE(corner == 0xFF00C800u, greyOnly);
             QVERIFY(qAlpha(corner) >= 250 && qGreen(corner) >= 190);
         }
@@ -191,102 +183,66 @@ private slots:
         // Intensity 128 on an opaque photo: trunc(255 - 255 * 128 / 255) = 127 in the mask, 128 alpha.
         ZelImageProcessorDropShadow effect(noiseImage(100, 100, false, 10));
         effect.setBlur(0);
-        QImage shadow = effect.shadowImage();
-        QCOMPARE(shadow.convertToFormat(QImage::Format_ARGB32), solid(100, 100, 0x80000000u));
-        // With the blur, blurOffset 12 more, the mask placed at (6, 6): transparent corners, the
-        // middle at the full 128.
-        effect.setBlur(8);
-        shadow = effect.shadowImage();
-        QCOMPARE(shadow.size(), QSize(112, 112));
-        QCOMPARE(rawPixel(shadow, 0, 0), 0x00000000u);
-        QCOMPARE(rawPixel(shadow, 56, 56), 0x80000000u);
+        QCOMPARE(effect.shadowImage().convertToFormat(QImage::Format_ARGB32), solid(100, 100, 0x80000000u));
         effect.setGreyOnly(false);
         QVERIFY(effect.shadowImage().isNull());
-        // Scaled by 2 to (20, 40, 60, 80), inset by trunc(3.7) = 3 on every side.
         const QPainterPath region = ZelImageProcessorDropShadow::createAvoidRegion(QRect(10, 20, 30, 40), 2.0, 3.7);
-        QCOMPARE(region.boundingRect(), QRectF(23, 43, 54, 74));
+        QCOMPARE(region.boundingRect(), QRectF(23, 43, 54, 74)); // scaled by 2, inset by trunc(3.7) on every side
         QVERIFY(ZelImageProcessorDropShadow::createAvoidRegion(QRect(), 2.0, 1.0).isEmpty());
     }
 
+    // Values far outside the ranges must neither crash nor allocate beyond reason.
     void guards_data()
     {
         QTest::addColumn<QString>("effect");
         QTest::addColumn<QVariantMap>("values");
         QTest::addColumn<QString>("outcome"); // "null", "source" or "image"
-        // Values far outside the ranges must neither crash nor allocate beyond reason.
         QTest::newRow("shadow of negative size") << "DropShadow" << QVariantMap{{"Size", -50}} << "null";
-        QTest::newRow("shadow distance beyond any canvas") << "DropShadow" << QVariantMap{{"Distance", 2000000000}} << "null";
+        QTest::newRow("shadow far away") << "DropShadow" << QVariantMap{{"Distance", 2000000000}} << "null";
         QTest::newRow("grid beyond int") << "ImageGrid" << QVariantMap{{"GridSize", QSize(100000, 100000)}} << "null";
-        QTest::newRow("grid gap beyond int") << "ImageGrid"
-                                             << QVariantMap{{"GridDistance", 1e12}, {"GridSize", QSize(2, 1)}} << "null";
-        QTest::newRow("collage over 10000 tiles") << "FotoCollage"
-                                                  << QVariantMap{{"ANumberOfColumns", 101}, {"BNumberOfRows", 100}}
-                                                  << "source";
-        // Prints too large to allocate are null and drawn as nothing.
-        QTest::newRow("collage huge outline and shadow")
-            << "FotoCollage" << QVariantMap{{"COutlineWidth", 2000000000}, {"DShadowWidth", 2000000000}} << "image";
+        QTest::newRow("grid gap") << "ImageGrid" << Map{{"GridDistance", 1e12}, {"GridSize", QSize(2, 1)}} << "null";
+        QTest::newRow("tiles") << "FotoCollage" << Map{{"ANumberOfColumns", 101}, {"BNumberOfRows", 100}} << "source";
+        QTest::newRow("prints") << "FotoCollage" << Map{{"COutlineWidth", 2e9}, {"DShadowWidth", 2e9}} << "image";
     }
     void guards()
     {
         QFETCH(QString, effect);
         QFETCH(QVariantMap, values);
         QFETCH(QString, outcome);
-        const QImage source = noiseImage(20, 10, true, 17);
-        const auto processor = makeEffect(effect, source, values);
-        QSignalSpy finished(processor.get(), &ZelImageProcessor::finished);
-        const QImage result = processor->result();
-        QCOMPARE(finished.count(), 1);
+        const QImage source = noiseImage(20, 10, true, 17), result = makeEffect(effect, source, values)->result();
         QCOMPARE(result.isNull(), outcome == "null");
         QCOMPARE(result == source, outcome == "source");
     }
 
-    void gridSize_data()
+    void gridLayout_data()
     {
-        QTest::addColumn<Images>("images");
-        QTest::addColumn<QSize>("gridSize");
-        QTest::addColumn<bool>("horizontal");
-        QTest::addColumn<bool>("strip");
-        QTest::addColumn<bool>("rightMarginToDefault");
-        QTest::addColumn<QSize>("expected");
-        const QImage photo = solid(100, 60, 0xFF808080);
-        const Images three{photo, photo, photo};
-        // 100 x 60 photos: gap trunc(100 * 0.1) = 10; margins in percent of the first width:
-        // left and right 8, top and bottom 15.
-        QTest::newRow("three in a row") << three << QSize(0, 0) << true << true << false
-                                        << QSize(3 * 100 + 2 * 10 + 8 + 8, 60 + 15 + 15);
-        QTest::newRow("three in a column") << three << QSize(0, 0) << false << true << false
-                                           << QSize(100 + 8 + 8, 3 * 60 + 2 * 10 + 15 + 15);
-        QTest::newRow("row without strip: no gaps, no margins") << three << QSize(0, 0) << true << false << false
-                                                                << QSize(300, 60);
-        QTest::newRow("column without strip") << three << QSize(0, 0) << false << false << false << QSize(100, 180);
-        QTest::newRow("2 x 2 of three") << three << QSize(2, 2) << true << true << false
-                                        << QSize(2 * 100 + 10 + 16, 2 * 60 + 10 + 30);
-        QTest::newRow("2 x 1 transposed for a vertical strip") << three << QSize(2, 1) << false << true << false
-                                                               << QSize(100 + 16, 2 * 60 + 10 + 30);
-        QTest::newRow("negative size: one row") << three << QSize(-2, 3) << true << true << false << QSize(336, 90);
-        // The right margin's default is 2, not its initial 8.
-        QTest::newRow("right margin reset to its default") << three << QSize(0, 0) << true << true << true
-                                                           << QSize(300 + 20 + 8 + 2, 90);
-        // Cells sized for the largest width and height; margins from the first photo's width:
-        // trunc(40 * 0.08) = 3, trunc(40 * 0.15) = 6.
-        QTest::newRow("mixed sizes") << Images{solid(40, 80, 0xFF808080), photo} << QSize(0, 0) << true << true
-                                     << false << QSize(2 * 100 + 10 + 3 + 3, 80 + 6 + 6);
+        QTest::addColumn<GridCase>("c");
+        const Images wider{solid(40, 80, 0xFF808080), solid(100, 60, 0xFF808080)};
+        // 100 x 60 photos: gap trunc(100 * 0.1) = 10; margins in percent of the first width: sides 8, top, bottom 15.
+        // The index is trunc(columns * x) in a row, trunc(rows * y) in a column: neither clamped nor floored.
+        QTest::newRow("three in a row") << GridCase{{0, 0}, true, true, {300 + 20 + 16, 60 + 30}, {0.5, 0.9}, 1};
+        QTest::newRow("three in a column") << GridCase{{0, 0}, false, true, {100 + 16, 180 + 20 + 30}, {0.9, 0.5}, 1};
+        QTest::newRow("row without strip: no gaps, margins") << GridCase{{0, 0}, true, false, {300, 60}, {0.99, 0}, 2};
+        QTest::newRow("column without strip") << GridCase{{0, 0}, false, false, {100, 180}, {0, 0.99}, 2};
+        QTest::newRow("2 x 2 of three") << GridCase{{2, 2}, true, true, {200 + 10 + 16, 120 + 10 + 30}, {1.0, 0.5}, 2};
+        QTest::newRow("4 x 2") << GridCase{{4, 2}, true, true, {400 + 30 + 16, 120 + 10 + 30}, {0.6, 0.9}, 2};
+        QTest::newRow("2 x 1 transposed for a column") << GridCase{{2, 1}, false, true, {116, 160}, {0, 0.6}, 1};
+        QTest::newRow("negative size: one row") << GridCase{{-2, 3}, true, true, {336, 90}, {-0.1, 0.5}, 0};
+        QTest::newRow("right margin to its default 2, not 8") << GridCase{{0, 0}, true, true, {330, 90}, {}, 0, true};
+        // Cells sized for the largest width and height; margins trunc(40 * 0.08) = 3, trunc(40 * 0.15) = 6.
+        QTest::newRow("mixed sizes") << GridCase{{0, 0}, true, true, {216, 92}, {0.99, 0}, 1, false, wider};
     }
-    void gridSize()
+    void gridLayout()
     {
-        QFETCH(Images, images);
-        QFETCH(QSize, gridSize);
-        QFETCH(bool, horizontal);
-        QFETCH(bool, strip);
-        QFETCH(bool, rightMarginToDefault);
-        QFETCH(QSize, expected);
-        ZelImageProcessorImageGrid grid(images);
-        grid.setGridSize(gridSize);
-        grid.setHorizontalFilmStrip(horizontal);
-        grid.setPaintFilmStrip(strip);
-        if (rightMarginToDefault)
+        QFETCH(GridCase, c);
+        ZelImageProcessorImageGrid grid(c.images.isEmpty() ? copies(3, solid(100, 60, 0xFF808080)) : c.images);
+        grid.setGridSize(c.gridSize);
+        grid.setHorizontalFilmStrip(c.horizontal);
+        grid.setPaintFilmStrip(c.strip);
+        if (c.rightMarginToDefault)
             grid.setParameters({{"RightMargin", {8, false}}});
-        QCOMPARE(grid.result().size(), expected);
+        QCOMPARE(grid.result().size(), c.expected);
+        QCOMPARE(grid.normalizedCoordinatesToImageIndex(c.point), c.index);
     }
 
     void gridMatchesQPainter_data()
@@ -294,48 +250,37 @@ private slots:
         QTest::addColumn<int>("selected");
         QTest::newRow("none selected") << -1;
         QTest::newRow("selected") << 2;
-        // The last two cells repeat photos 0 and 1, framed with them.
-        QTest::newRow("selected and repeated") << 0;
+        QTest::newRow("selected and repeated") << 0; // the last two cells repeat photos 0 and 1, framed with them
         QTest::newRow("beyond the list") << 10;
     }
-    // Opaque photos are copied row by row; without strip the grid must look exactly as if QPainter
-    // had drawn every photo top left in its cell, whatever its format, translucent or not, and
-    // framed the selected photo in red. Cells of 13 x 34, border pen max(1, trunc(102 * 0.01)).
+    // Without strip the grid must look exactly as if QPainter had drawn every photo top left in its cell, whatever its
+    // format, and framed the selected one in red. Cells of 13 x 34, border pen max(1, trunc(102 * 0.01)).
     void gridMatchesQPainter()
     {
         QFETCH(int, selected);
-        QImage strayAlpha(6, 6, QImage::Format_RGB32);
-        const QImage words = noiseImage(6, 6, true, 5);
-        for (int y = 0; y < 6; ++y)
-            std::copy_n(words.constScanLine(y), 6 * 4, strayAlpha.scanLine(y));
-        const Images images{noiseImage(11, 8, false, 1),
-                            noiseImage(10, 10, true, 2),
-                            strayAlpha,
-                            noiseImage(7, 9, false, 3).convertToFormat(QImage::Format_Indexed8),
-                            noiseImage(9, 5, true, 4).convertToFormat(QImage::Format_Indexed8),
-                            noiseImage(5, 12, false, 6).convertToFormat(QImage::Format_RGB888),
-                            noiseImage(8, 7, false, 7).convertToFormat(QImage::Format_ARGB32_Premultiplied),
-                            noiseImage(8, 7, true, 8).convertToFormat(QImage::Format_ARGB32_Premultiplied),
-                            noiseImage(13, 4, false, 9).convertToFormat(QImage::Format_Mono),
-                            noiseImage(3, 34, true, 10)};
+        QImage strayAlpha = noiseImage(6, 6, true, 5);
+        strayAlpha.reinterpretAsFormat(QImage::Format_RGB32);
+        const auto as = [](const QImage& image, QImage::Format format) { return image.convertToFormat(format); };
+        const Images images{noiseImage(11, 8, false, 1), noiseImage(10, 10, true, 2), strayAlpha,
+                            as(noiseImage(7, 9, false, 3), QImage::Format_Indexed8),
+                            as(noiseImage(9, 5, true, 4), QImage::Format_Indexed8),
+                            as(noiseImage(5, 12, false, 6), QImage::Format_RGB888),
+                            as(noiseImage(8, 7, false, 7), QImage::Format_ARGB32_Premultiplied),
+                            as(noiseImage(8, 7, true, 8), QImage::Format_ARGB32_Premultiplied),
+                            as(noiseImage(13, 4, false, 9), QImage::Format_Mono), noiseImage(3, 34, true, 10)};
         ZelImageProcessorImageGrid grid(images);
         grid.setPaintFilmStrip(false);
         grid.setGridSize(QSize(4, 3));
         grid.setBackgroundColor(QColor(10, 20, 30, 100));
         grid.setSelectedIndex(selected);
-        QSignalSpy finished(&grid, &ZelImageProcessor::finished);
-
-        QImage expected(4 * 13, 3 * 34, QImage::Format_ARGB32);
-        expected.fill(QColor(10, 20, 30, 100));
+        QImage expected = solid(4 * 13, 3 * 34, qRgba(10, 20, 30, 100));
         QPainter painter(&expected);
         painter.setPen(QPen(QBrush(Qt::white), 1, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
-        const QRect frame = expected.rect();
-        painter.drawRects(&frame, 1);
+        painter.drawRect(expected.rect());
         for (int cell = 0; cell < 12; ++cell) {
             // RGB32 words are 0xffRRGGBB whatever they hold: the grid sets the alpha bytes.
             QImage image = images.at(cell % images.size());
-            if (image.format() == QImage::Format_RGB32)
-                image = image.convertToFormat(QImage::Format_ARGB32);
+            image = image.format() == QImage::Format_RGB32 ? image.convertToFormat(QImage::Format_ARGB32) : image;
             const QRectF target(cell % 4 * 13, cell / 4 * 34, image.width(), image.height());
             painter.drawImage(target, image, QRectF(QPointF(0, 0), image.size()));
             if (cell % images.size() == selected) {
@@ -345,117 +290,31 @@ private slots:
         }
         painter.end();
         QCOMPARE(grid.result(), expected);
-        QCOMPARE(finished.count(), 1);
-
-        // An empty list gives a null image, without finished.
         grid.setImages(Images());
         QVERIFY(grid.result().isNull());
-        QCOMPARE(finished.count(), 1);
-    }
-
-    void gridHoles_data()
-    {
-        QTest::addColumn<int>("photos");
-        QTest::addColumn<bool>("horizontal");
-        QTest::addColumn<int>("expectedRuns");
-        // 200 x 100 photos in a row: 7 holes per frame, a pitch of width / (7 * columns), and the
-        // first hole starts half outside the strip.
-        QTest::newRow("three in a row: 21 + 1") << 3 << true << 22;
-        QTest::newRow("two in a row: 14 + 1") << 2 << true << 15;
-        // 100 x 200 photos in a column: 7 holes over the whole length, whatever the number of
-        // frames (deliberate), plus the half one at the start.
-        QTest::newRow("three in a column: 7 + 1") << 3 << false << 8;
-        QTest::newRow("two in a column: 7 + 1") << 2 << false << 8;
-    }
-    void gridHoles()
-    {
-        QFETCH(int, photos);
-        QFETCH(bool, horizontal);
-        QFETCH(int, expectedRuns);
-        ZelImageProcessorImageGrid grid(QVector<QImage>(photos, horizontal ? solid(200, 100, 0xFF808080) : solid(100, 200, 0xFF808080)).toList());
-        grid.setHorizontalFilmStrip(horizontal);
-        // Horizontal: top margin trunc(200 * 0.15) = 30, holes trunc(30 * 0.56) = 16 high from y = 6.
-        // Vertical: a left margin of 40 px, holes trunc(40 * 0.56) = 22 wide from x = 8, under a
-        // 3-pixel outline, so that their middle column is clear.
-        grid.setLeftMargin(horizontal ? 8 : 40);
-        const QImage result = grid.result();
-        QCOMPARE(transparentRuns(result, horizontal ? 14 : 19, horizontal), expectedRuns);
-        if (horizontal)
-            QCOMPARE(transparentRuns(result, result.height() - 30 + 14, true), expectedRuns);
-        QCOMPARE(transparentRuns(result, horizontal ? 40 : 60, horizontal), 0);
-    }
-
-    void gridIndexAtPoint_data()
-    {
-        QTest::addColumn<QSize>("gridSize");
-        QTest::addColumn<bool>("horizontal");
-        QTest::addColumn<QPointF>("point");
-        QTest::addColumn<int>("index");
-        QTest::newRow("row, middle") << QSize(0, 0) << true << QPointF(0.5, 0.9) << 1;
-        QTest::newRow("row, right edge") << QSize(0, 0) << true << QPointF(0.99, 0.0) << 2;
-        QTest::newRow("row, not clamped") << QSize(0, 0) << true << QPointF(1.0, 0.5) << 3;
-        QTest::newRow("row, left of it truncates to 0") << QSize(0, 0) << true << QPointF(-0.1, 0.5) << 0;
-        QTest::newRow("column reads y") << QSize(0, 0) << false << QPointF(0.9, 0.5) << 1;
-        QTest::newRow("4 x 2 grid") << QSize(4, 2) << true << QPointF(0.6, 0.9) << 2;
-        QTest::newRow("4 x 2 transposed for a column") << QSize(4, 2) << false << QPointF(0.0, 0.6) << 2;
-    }
-    void gridIndexAtPoint()
-    {
-        QFETCH(QSize, gridSize);
-        QFETCH(bool, horizontal);
-        QFETCH(QPointF, point);
-        QFETCH(int, index);
-        ZelImageProcessorImageGrid grid(QVector<QImage>(3, solid(4, 4, 0xFF808080)).toList());
-        grid.setGridSize(gridSize);
-        grid.setHorizontalFilmStrip(horizontal);
-        QCOMPARE(grid.normalizedCoordinatesToImageIndex(point), index);
     }
 
     void collageSize_data()
     {
-        QTest::addColumn<QSize>("source");
-        QTest::addColumn<int>("border"); // outline and shadow width
-        QTest::addColumn<QSize>("expected");
-        // 100 x 50 in 5 x 5 tiles of 20 x 10; outline trunc(20 * 0.05) = 1 on every side gives
-        // 22 x 12, the shadow trunc(22 * 0.05) = 1 plus 2 gives 25 x 15; the border is
-        // trunc(max(2.5, 5)) = 5 on every side.
-        QTest::newRow("defaults") << QSize(100, 50) << 5 << QSize(5 * 25 + 10, 5 * 15 + 10);
-        // No outline and no shadow offset: the shadow image still adds 2.
-        QTest::newRow("no outline, no shadow") << QSize(100, 50) << 0 << QSize(5 * 22 + 10, 5 * 12 + 10);
-        // Fewer pixels than columns: tiles of width 0 are null, each a 2 x 2 shadow image; border
-        // trunc(50 * 0.05) = 2.
-        QTest::newRow("source narrower than the grid") << QSize(3, 50) << 5 << QSize(4 + 5 * 2, 4 + 5 * 2);
-        // Fewer pixels than columns and rows: QImage::copy takes a null rectangle for the whole
-        // image, so every tile is the 3 x 3 photo, 5 x 5 with its shadow.
-        QTest::newRow("source smaller than the grid") << QSize(3, 3) << 5 << QSize(5 * 5, 5 * 5);
+        QTest::addColumn<CollageCase>("c");
+        // 5 x 5 tiles of 20 x 10 grow by an outline of 1 on every side and a shadow of 1 + 2 to 25 x 15; border 5.
+        QTest::newRow("defaults") << CollageCase{{100, 50}, {5, 5}, 5, {5 * 25 + 10, 5 * 15 + 10}};
+        QTest::newRow("no outline, no shadow: still 2 more") << CollageCase{{100, 50}, {5, 5}, 0, {120, 70}};
+        QTest::newRow("source narrower: null tiles, 2 x 2 shadows") << CollageCase{{3, 50}, {5, 5}, 5, {14, 14}};
+        QTest::newRow("source smaller: every tile the whole photo") << CollageCase{{3, 3}, {5, 5}, 5, {5 * 5, 5 * 5}};
+        // The preview passes rows as columns and columns as rows (deliberate): 3 x 1 tiles of 20 x 40, 22 x 42 with
+        // the shadow image, border 3; the preview's 1 x 3 tiles of 60 x 13, 62 x 15.
+        QTest::newRow("preview exchanges rows and columns")
+            << CollageCase{{60, 40}, {3, 1}, 0, {6 + 3 * 22, 6 + 42}, {6 + 62, 6 + 3 * 15}};
     }
     void collageSize()
     {
-        QFETCH(QSize, source);
-        QFETCH(int, border);
-        QFETCH(QSize, expected);
-        ZelImageProcessorFotoCollage collage(solid(source.width(), source.height(), 0xFF808080));
-        collage.setParameters(5, 5, border, border, 10, Qt::blue, Qt::blue, Qt::blue);
-        QCOMPARE(collage.result().size(), expected);
-    }
-
-    // "EMaxAngle" 0: single-photo tiles are not turned, so their corners keep the photo's exact
-    // colours. 40 x 40 in 2 x 2 tiles of 20 x 20 without outline; border trunc(2) = 2.
-    void collageStraightTiles()
-    {
-        const QRgb quarters[] = {0xFFC00000, 0xFF00C000, 0xFF0000C0, 0xFFC0C000};
-        QImage source(40, 40, QImage::Format_ARGB32);
-        for (int tile = 0; tile < 4; ++tile)
-            QPainter(&source).fillRect(tile % 2 * 20, tile / 2 * 20, 20, 20, QColor::fromRgb(quarters[tile]));
-        ZelImageProcessorFotoCollage collage(source);
-        whiteCollage(collage, 2, 2, 0, 0, 0);
-        const QImage result = collage.result();
-        QCOMPARE(result.size(), QSize(2 + 2 * 22 + 2, 2 + 2 * 22 + 2));
-        for (int tile = 0; tile < 4; ++tile) {
-            const QPoint corner(2 + tile % 2 * 22, 2 + tile / 2 * 22);
-            QCOMPARE(rawPixel(result, corner.x(), corner.y()), quarters[tile]);
-            QCOMPARE(rawPixel(result, corner.x() + 19, corner.y() + 19), quarters[tile]);
-        }
+        QFETCH(CollageCase, c);
+        ZelImageProcessorFotoCollage collage(solid(c.source.width(), c.source.height(), 0xFF808080));
+        collage.setParameters(c.grid.width(), c.grid.height(), c.border, c.border, 0, Qt::blue, Qt::blue, Qt::blue);
+        QCOMPARE(collage.result().size(), c.expected);
+        if (c.preview.isValid())
+            QCOMPARE(collage.generatePreview(QRect(QPoint(0, 0), c.source)).size(), c.preview);
     }
 
     void collageLayout_data()
@@ -482,163 +341,94 @@ private slots:
         QFETCH(int, columns);
         const QRgb colours[] = {0xFFC00000, 0xFF00C000, 0xFF0000C0, 0xFFC0C000, 0xFF00C0C0,
                                 0xFFC000C0, 0xFF606060, 0xFF600000, 0xFF006000, 0xFF000060};
+        ZelImageProcessorFotoCollage collage;
         Images images;
         for (int i = 0; i < photos; ++i)
             images << solid(60, 40, colours[i]);
-        ZelImageProcessorFotoCollage collage;
         collage.setImages(images);
         collage.setBgSize(background.width(), background.height());
-        whiteCollage(collage, 5, 5, 0, 0, 0);
+        whiteCollage(collage, 5, 5);
         QSignalSpy progress(&collage, &ZelImageProcessor::progress);
-        QSignalSpy finished(&collage, &ZelImageProcessor::finished);
         const QImage result = collage.result();
         QCOMPARE(result.size(), background);
-        // Two passes over the cells, each reported ("Foto To Collage", untranslated).
-        const int cells = rows * columns;
-        QCOMPARE(progress.count(), 2 * cells);
-        QCOMPARE(progress.last(), (QVariantList{"Foto To Collage", QString(), 2 * cells, 2 * cells}));
-        QCOMPARE(QList<QVariantList>(finished), QList<QVariantList>{{true}});
-        // The middle of every cell shows its photo, turned by 5 degrees; a cell too many repeats
-        // photo trunc(qrand() / 2^31 * n / 2 + 1), never the first.
-        const int cellWidth = background.width() / columns;
-        const int cellHeight = background.height() / rows;
+        const int cells = rows * columns, width = background.width() / columns, height = background.height() / rows;
+        QCOMPARE(progress.last(), (QVariantList{"Foto To Collage", QString(), 2 * cells, 2 * cells})); // two passes
+        // Each cell's middle shows its photo, turned by 5 degrees; extra ones repeat trunc(qrand() / 2^31 * n / 2 + 1).
         for (int k = 0; k < cells; ++k) {
-            const QRgb pixel = rawPixel(result, k % columns * cellWidth + cellWidth / 2, k / columns * cellHeight + cellHeight / 2);
-            bool repeated = false;
-            for (int i = 1; i <= cells / 2; ++i)
-                repeated = repeated || closeColour(pixel, colours[i]);
-            QVERIFY2(k < photos ? closeColour(pixel, colours[k]) : repeated, qPrintable(QString::number(k)));
+            const QRgb pixel = rawPixel(result, k % columns * width + width / 2, k / columns * height + height / 2);
+            const auto shows = [pixel](QRgb colour) { return closeColour(pixel, colour); };
+            QVERIFY2(k < photos ? shows(colours[k]) : std::any_of(colours + 1, colours + 1 + cells / 2, shows),
+                     qPrintable(QString::number(k)));
         }
     }
 
-    // Deliberate oddities of the backgrounds and prints: "EMaxAngle" 0 still turns every print of
-    // several by 5 degrees, so the corner of the first print's place stays white (one row of two
-    // 90 x 60 cells, the print fitted to the cell's height and centred); background mode 1 is the
-    // raw value 19, the texture modes are RGB32 (a missing texture stretches to black), unknown
-    // modes give a null image.
-    void collageBackgroundAndTilt()
+    // Maximum angle 0 turns no 20 x 20 tile of one photo, but every print of several by 5 degrees (deliberate): the
+    // first print's corner stays white (two 90 x 60 cells, the print centred). Background mode 1 is the raw value 19,
+    // the texture modes are RGB32 (a missing texture stretches to black), unknown ones null.
+    void collageTiltAndBackground()
     {
-        ZelImageProcessorFotoCollage collage;
+        QImage source = solid(40, 40, 0xFFC00000);
+        QPainter(&source).fillRect(20, 20, 20, 20, QColor(0, 0xC0, 0));
+        ZelImageProcessorFotoCollage collage(source);
+        whiteCollage(collage, 2, 2);
+        QImage result = collage.result();
+        QVERIFY(rawPixel(result, 2, 2) == 0xFFC00000u && rawPixel(result, 21, 21) == 0xFFC00000u);
+        QVERIFY(rawPixel(result, 24, 24) == 0xFF00C000u && rawPixel(result, 43, 43) == 0xFF00C000u);
         collage.setImages({solid(60, 40, 0xFFC00000), solid(60, 40, 0xFF00C000)});
         collage.setBgSize(180, 60);
-        whiteCollage(collage, 5, 5, 0, 0, 0);
-        QImage result = collage.result();
+        result = collage.result();
         QVERIFY(closeColour(rawPixel(result, 45, 30), 0xFFC00000));
         QCOMPARE(rawPixel(result, 4, 1), 0xFFFFFFFFu);
-        QImage texture(2, 1, QImage::Format_RGB32);
+        QImage texture = solid(2, 1, 0xFF445566).convertToFormat(QImage::Format_RGB32);
         texture.setPixel(0, 0, 0xFF112233);
-        texture.setPixel(1, 0, 0xFF445566);
         const QList<QPair<QImage, QRgb>> corners{{QImage(), 19}, {texture, 0xFF112233}, {QImage(), 0xFF000000}};
         for (int mode = 1; mode <= 4; ++mode) {
             collage.setBgMode(ZelImageProcessorFotoCollage::BackGroundMode(mode));
             collage.setBgTexture(corners.value(mode - 1).first);
             result = collage.result();
-            QCOMPARE(result.format(), mode == 4 ? QImage::Format_Invalid : mode == 1 ? QImage::Format_ARGB32 : QImage::Format_RGB32);
+            QCOMPARE(result.format(), mode == 4 ? QImage::Format_Invalid
+                                                : mode == 1 ? QImage::Format_ARGB32 : QImage::Format_RGB32);
             QCOMPARE(result.isNull() ? 0 : rawPixel(result, 0, 0), corners.value(mode - 1).second);
         }
     }
 
-    // The deliberate oddities of the previews: the grid lays out the scaled source alone with
-    // default parameters (50 x 30 with margins trunc(50 * 0.08) = 4 and trunc(50 * 0.15) = 7),
-    // the collage passes rows as columns and columns as rows (3 x 1 tiles of 20 x 40, 22 x 42
-    // with the shadow image, border 3, preview 1 x 3 of 60 x 13, 62 x 15), the composer's preview
-    // has no chain.
-    void previews()
-    {
-        const QImage source = solid(60, 40, 0xFF808080);
-        ZelImageProcessorImageGrid grid(QVector<QImage>(3, solid(100, 60, 0xFF808080)).toList());
-        grid.setPaintFilmStrip(false);
-        grid.setGridSize(QSize(3, 3));
-        QCOMPARE(grid.generatePreview(QSize(50, 50)).size(), QSize(50 + 4 + 4, 30 + 7 + 7));
-        ZelImageProcessorFotoCollage collage(source);
-        whiteCollage(collage, 3, 1, 0, 0, 0);
-        QCOMPARE(collage.result().size(), QSize(6 + 3 * 22, 6 + 42));
-        QCOMPARE(collage.generatePreview(QRect(0, 0, 60, 40)).size(), QSize(6 + 62, 6 + 3 * 15));
-        ZelImageProcessorProbe probe;
-        probe.behaviour().mark = 0xFF0000FF;
-        ZelImageProcessorComposer composer(source);
-        composer.addProcessor(&probe);
-        QCOMPARE(composer.generatePreview(QRect(2, 3, 5, 4)), source.copy(2, 3, 5, 4));
-    }
-
-    // A cancel seen after a report returns the source, with only cancel()'s own finished(false).
-    // The collage reports 1 ... 4 cutting its 2 x 2 tiles, 5 ... 8 laying them out; photos in
-    // photo reports two thumbnails, then block rows.
-    void cancel_data()
-    {
-        QTest::addColumn<bool>("collage");
-        QTest::addColumn<int>("cancelAt");
-        QTest::newRow("collage, first pass") << true << 1;
-        QTest::newRow("collage, second pass") << true << 5;
-        QTest::newRow("photos in photo, thumbnails") << false << 1;
-        QTest::newRow("photos in photo, blocks") << false << 3;
-    }
-    void cancel()
-    {
-        QFETCH(bool, collage);
-        QFETCH(int, cancelAt);
-        const QImage source = solid(40, 40, 0xFF808080);
-        ZelImageProcessorFotoCollage collageEffect(source);
-        whiteCollage(collageEffect, 2, 2, 0, 0, 10);
-        ZelImageProcessorPhotosInPhoto photos(source);
-        const QString file = writeImage(QStringLiteral("grey.png"), solid(8, 8, 0xFF808080));
-        photos.setImageFileList({file, file});
-        photos.setBlockSize(QSize(10, 10));
-        ZelImageProcessor& processor = collage ? static_cast<ZelImageProcessor&>(collageEffect) : photos;
-        int reports = 0;
-        connect(&processor, &ZelImageProcessor::progress, this, [&] {
-            if (++reports == cancelAt)
-                processor.cancel();
-        });
-        QSignalSpy finished(&processor, &ZelImageProcessor::finished);
-        QCOMPARE(processor.result(), source);
-        QCOMPARE(reports, cancelAt);
-        QCOMPARE(QList<QVariantList>(finished), QList<QVariantList>{{false}});
-    }
-
-    // Each step marks the next black pixel of row 0 of the previous step's result. Steps that
-    // are gone, null or the composer itself are skipped.
+    // Each step marks the next black pixel of row 0 of the previous step's result. Steps that are gone, null or the
+    // composer itself are skipped.
     void chain()
     {
         const QImage source = solid(4, 2, 0xFF000000);
         ZelImageProcessorProbe first, second;
-        first.behaviour().mark = 0xFF0000FF;
-        second.behaviour().mark = 0xFF00FF00;
         auto gone = std::make_unique<ZelImageProcessorProbe>();
-        gone->behaviour().mark = 0xFFFF0000;
         ZelImageProcessorComposer composer(source);
-        for (ZelImageProcessor* step : QList<ZelImageProcessor*>{&second, gone.get(), nullptr, &composer, &first, &second})
+        const QList<ZelImageProcessor*> steps{marking(second, 0xFF00FF00), marking(*gone, 0xFFFF0000), nullptr,
+                                              &composer, marking(first, 0xFF0000FF), &second};
+        for (ZelImageProcessor* step : steps)
             composer.addProcessor(step);
         gone.reset();
-        QSignalSpy progress(&composer, &ZelImageProcessor::progress);
-        QSignalSpy finished(&composer, &ZelImageProcessor::finished);
+        QCOMPARE(composer.generatePreview(QRect(1, 0, 2, 2)), source.copy(1, 0, 2, 2)); // no chain (deliberate)
+        QSignalSpy progress(&composer, &ZelImageProcessor::progress), finished(&composer, &ZelImageProcessor::finished);
         const QImage result = composer.result();
-        QCOMPARE(rawPixel(result, 0, 0), 0xFF00FF00u);
-        QCOMPARE(rawPixel(result, 1, 0), 0xFF0000FFu);
-        QCOMPARE(rawPixel(result, 2, 0), 0xFF00FF00u);
-        QCOMPARE(rawPixel(result, 3, 0), 0xFF000000u);
+        QImage expected = source;
+        QPainter(&expected).fillRect(0, 0, 3, 1, QColor(0, 255, 0));
+        expected.setPixel(1, 0, 0xFF0000FFu);
+        QCOMPARE(result, expected);
         QCOMPARE(progress.count(), 3 * 2);
         QCOMPARE(progress.first(), (QVariantList{"Probe title", "step", 1, 2}));
-        QCOMPARE(QList<QVariantList>(finished), QList<QVariantList>{{true}});
-        // A second run starts from the source again.
+        QCOMPARE(Finished(finished), Finished{{true}});
         QEXPECT_FAIL("", "A composer in its own chain is skipped on the first run only", Continue);
         QCOMPARE(composer.result(), result);
-
-        ZelImageProcessorComposer empty(source);
-        QCOMPARE(empty.result(), source);
     }
 
-    // A cancel from inside the second step's progress cancels that step and stops the chain before
-    // the third: the source comes back, without a closing finished. The request is used up.
+    // Cancelled from the second step's progress, the chain stops before the third: the source comes back, without
+    // finished; the request is used up. Cancelled in the last step (a real effect polling per row, which returns its
+    // own source), it returns that step's result and reports false; cancelled before, no step runs, no finished.
     void chainCancel()
     {
         const QImage source = solid(4, 1, 0xFF000000);
         ZelImageProcessorProbe steps[3];
         ZelImageProcessorComposer composer(source);
-        for (int i = 0; i < 3; ++i) {
-            steps[i].behaviour().mark = 0xFF000000u | 0x10u * (i + 1);
-            composer.addProcessor(&steps[i]);
-        }
+        for (int i = 0; i < 3; ++i)
+            composer.addProcessor(marking(steps[i], 0xFF000000u | 0x10u * (i + 1)));
         int reports = 0;
         connect(&composer, &ZelImageProcessor::progress, this, [&] {
             if (++reports == 4)
@@ -647,123 +437,83 @@ private slots:
         QSignalSpy finished(&composer, &ZelImageProcessor::finished);
         QSignalSpy canceled(&composer, &ZelImageProcessor::operationCanceled);
         QCOMPARE(composer.result(), source);
-        QCOMPARE(reports, 4);
-        QCOMPARE(canceled.count(), 1);
-        QCOMPARE(finished.count(), 0);
+        QVERIFY(reports == 4 && canceled.count() == 1 && finished.isEmpty());
         QCOMPARE(rawPixel(composer.result(), 2, 0), 0xFF000030u);
-        QCOMPARE(QList<QVariantList>(finished), QList<QVariantList>{{true}});
-    }
-
-    // Cancelled in the last step (a real effect that polls its flag per row, and returns its own
-    // source then), the chain returns that step's result and reports false. Cancelled before it
-    // runs, no step runs and no finished comes.
-    void chainCancelInTheLastStep()
-    {
-        QImage source = photo(4, 3);
-        source.setPixel(0, 0, 0xFF000000u); // for the probe to mark
-        ZelImageProcessorProbe probe;
-        probe.behaviour().mark = 0xFF0000FF;
+        QCOMPARE(Finished(finished), Finished{{true}});
+        QImage picture = photo(4, 3);
+        picture.setPixel(0, 0, 0xFF000000u); // for the probe to mark
         ZelImageProcessorExampleGrayscale grey;
-        ZelImageProcessorComposer composer(source);
-        composer.addProcessor(&probe);
-        composer.addProcessor(&grey);
-        QStringList titles;
-        connect(&composer, &ZelImageProcessor::progress, this, [&](const QString& title) {
-            titles << title;
+        ZelImageProcessorComposer last(picture);
+        last.addProcessor(&steps[2]);
+        last.addProcessor(&grey);
+        connect(&last, &ZelImageProcessor::progress, this, [&](const QString& title) {
             if (title == QLatin1String("Example"))
-                composer.cancel();
+                last.cancel();
         });
-        QSignalSpy finished(&composer, &ZelImageProcessor::finished);
-        QImage probed = source;
-        probed.setPixel(0, 0, 0xFF0000FF);
-        QCOMPARE(composer.result(), probed);
-        QCOMPARE(titles, QStringList({"Probe title", "Probe title", "Example"}));
-        composer.cancel();
-        QCOMPARE(composer.result(), source);
-        QCOMPARE(titles.size(), 3);
-        QCOMPARE(QList<QVariantList>(finished), QList<QVariantList>{{false}});
+        QSignalSpy titles(&last, &ZelImageProcessor::progress), lastFinished(&last, &ZelImageProcessor::finished);
+        QImage probed = picture;
+        probed.setPixel(0, 0, 0xFF000030u);
+        QCOMPARE(last.result(), probed);
+        QCOMPARE(titles.count(), 3); // the probe's two steps, then the first row of the last step
+        last.cancel();
+        QCOMPARE(last.result(), picture);
+        QCOMPARE(titles.count(), 3);
+        QCOMPARE(Finished(lastFinished), Finished{{false}});
     }
 
-    void exampleComposer()
-    {
-        const QImage source = photo(12, 9);
-        ZelImageProcessorExampleGauss blur(source);
-        blur.setSigmaAndBoxSize(10.0, 0);
-        const auto composer = makeEffect(QStringLiteral("ExampleComposer"), source);
-        QVERIFY(qobject_cast<ZelImageProcessorComposer*>(composer.get()));
-        QCOMPARE(composer->result(), ZelImageProcessorExampleGrayscale(blur.result()).result());
-    }
-
-    // 100 x 100 in 30 x 30 blocks: 100 / 30 + 1 = 4 rows and columns, the last ones clipped, each
-    // a thumbnail drawn by qrand(). Over a transparent source the hard-light overlay leaves the
-    // grey mosaic as it is: red (200, 0, 0) turns (11 * 200) >> 5 = 68, blue (0, 0, 255)
-    // (5 * 255) >> 5 = 39.
+    // 100 x 100 in 30 x 30 blocks, the last ones clipped, each a thumbnail drawn by qrand(). Over a transparent source
+    // the overlay leaves the grey mosaic: red (200, 0, 0) turns (11 * 200) >> 5 = 68, blue (5 * 255) >> 5 = 39. Two
+    // thumbnails and four block rows are reported; a cancel after a report gives the source.
     void photosInPhotoBlocks()
     {
-        const QString red = writeImage(QStringLiteral("red.png"), solid(50, 50, qRgb(200, 0, 0)));
-        const QString blue = writeImage(QStringLiteral("blue.png"), solid(40, 40, qRgb(0, 0, 255)));
-        ZelImageProcessorPhotosInPhoto effect(solid(100, 100, 0x00000000));
-        effect.setImageFileList({red, blue});
+        const QImage source = solid(100, 100, 0x00000000);
+        ZelImageProcessorPhotosInPhoto effect(source);
+        effect.setImageFileList({writeImage(QStringLiteral("red.png"), solid(50, 50, qRgb(200, 0, 0))),
+                                 writeImage(QStringLiteral("blue.png"), solid(40, 40, qRgb(0, 0, 255)))});
         effect.setBlockSize(QSize(30, 30));
         QSignalSpy progress(&effect, &ZelImageProcessor::progress);
-        QSignalSpy finished(&effect, &ZelImageProcessor::finished);
         qsrand(5);
         const QImage result = effect.result();
         QCOMPARE(result.format(), QImage::Format_RGB32);
         QSet<QRgb> greys;
-        for (int y = 0; y < 100; ++y) {
-            for (int x = 0; x < 100; ++x) {
-                greys << rawPixel(result, x, y);
-                QCOMPARE(rawPixel(result, x, y), rawPixel(result, x / 30 * 30, y / 30 * 30));
-            }
+        for (int i = 0; i < 100 * 100; ++i) {
+            greys << rawPixel(result, i % 100, i / 100);
+            QCOMPARE(rawPixel(result, i % 100, i / 100), rawPixel(result, i % 100 / 30 * 30, i / 100 / 30 * 30));
         }
         QCOMPARE(greys, (QSet<QRgb>{0xFF444444u, 0xFF272727u}));
-        // Two thumbnails, then four block rows, out of 2 + 4.
-        for (int i = 0; i < 7; ++i)
-            QCOMPARE(progress.value(i), i < 6 ? (QVariantList{"Photos In Photo", QString(), i + 1, 6}) : QVariantList());
-        QCOMPARE(QList<QVariantList>(finished), QList<QVariantList>{{true}});
-        qsrand(5);
-        QCOMPARE(effect.result(), result);
+        QCOMPARE(progress.size(), 6);
+        QCOMPARE(progress.last(), (QVariantList{"Photos In Photo", QString(), 6, 6}));
+        int cancelAt = 0;
+        connect(&effect, &ZelImageProcessor::progress, this, [&](QString, QString, int report) {
+            if (report == cancelAt)
+                effect.cancel();
+        });
+        for (cancelAt = 1; cancelAt <= 3; cancelAt += 2) { // after a thumbnail, then after a block row
+            QCOMPARE(effect.result(), source);
+            QCOMPARE(progress.last().at(2).toInt(), cancelAt);
+        }
     }
 
-    void photosInPhotoThumbnailArea_data()
+    // Scaled to cover the block, the middle of the axis that overfills it is taken: of a 60 x 30 photo red on the left
+    // half, columns 15 ... 44 (grey of red (11 * 255) >> 5 = 87, of blue 39). A file that does not load gives a black
+    // block. Without files, or before a block size is set, the source comes back unchanged.
+    void photosInPhotoThumbnails()
     {
-        QTest::addColumn<QSize>("fileSize");
-        QTest::addColumn<QPoint>("redProbe");
-        QTest::addColumn<QPoint>("blueProbe");
-        // Scaled to cover the 30 x 30 block, the middle of the axis that overfills it is taken: a
-        // 60 x 30 photo red on the left half and blue on the right keeps its columns 15 ... 44.
-        QTest::newRow("wide") << QSize(60, 30) << QPoint(5, 15) << QPoint(25, 15);
-        // A 30 x 60 photo red on top keeps its rows 15 ... 44.
-        QTest::newRow("tall") << QSize(30, 60) << QPoint(15, 5) << QPoint(15, 25);
-    }
-    // Grey of red (11 * 255) >> 5 = 87, of blue (5 * 255) >> 5 = 39. A file that does not load
-    // gives a black block.
-    void photosInPhotoThumbnailArea()
-    {
-        QFETCH(QSize, fileSize);
-        QFETCH(QPoint, redProbe);
-        QFETCH(QPoint, blueProbe);
-        QImage photo(fileSize, QImage::Format_RGB32);
-        photo.fill(qRgb(0, 0, 255));
-        QPainter(&photo).fillRect(0, 0, 30, 30, Qt::red); // the left or the top half
+        QImage halves = solid(60, 30, qRgb(0, 0, 255));
+        QPainter(&halves).fillRect(0, 0, 30, 30, Qt::red);
         ZelImageProcessorPhotosInPhoto effect(solid(30, 30, 0x00000000));
-        effect.setImageFileList({writeImage(QStringLiteral("halves.png"), photo)});
+        effect.setImageFileList({writeImage(QStringLiteral("halves.png"), halves)});
         effect.setBlockSize(QSize(30, 30));
         const QImage result = effect.result();
-        QCOMPARE(rawPixel(result, redProbe.x(), redProbe.y()), 0xFF575757u);
-        QCOMPARE(rawPixel(result, blueProbe.x(), blueProbe.y()), 0xFF272727u);
-
+        QVERIFY(rawPixel(result, 5, 15) == 0xFF575757u && rawPixel(result, 25, 15) == 0xFF272727u);
         effect.setImageFileList({myDir.filePath(QStringLiteral("missing.png"))});
         QCOMPARE(effect.result(), solid(30, 30, 0xFF000000).convertToFormat(QImage::Format_RGB32));
-        // Without files, or before a block size is set, the source comes back unchanged.
         const QImage source = noiseImage(20, 10, true, 3);
         ZelImageProcessorPhotosInPhoto unset(source);
         QCOMPARE(unset.result(), source);
-        unset.setImageFileList({writeImage(QStringLiteral("grey.png"), solid(8, 8, 0xFF808080))});
+        unset.setImageFileList({myDir.filePath(QStringLiteral("halves.png"))});
         QCOMPARE(unset.result(), source);
     }
-
 };
 
 QTEST_MAIN(TestComposition)

@@ -296,13 +296,12 @@ private slots:
         QTest::addColumn<QImage>("image");
         QTest::addColumn<int>("n");
         QTest::addColumn<qint64>("expected");
-        const QRgb black = 0xFF000000u;
-        QImage shifted = filled(6, 6, black);
+        QImage shifted = filled(6, 6, 0xFF000000u);
         shifted.setPixel(1, 0, 0xFFFFFFFFu);
-        const auto stripes = [&](int width, int height, QRgb colour) { // columns 0, 0, colour, colour, ...
-            QImage image = filled(width, height, black);
+        const auto stripes = [](int width, int height, QRgb colour) { // columns 0, 0, colour, colour, ...
+            QImage image = filled(width, height, 0xFF000000u);
             for (int i = 0; i < width * height; ++i)
-                image.setPixel(i % width, i / width, i % width % 4 >= 2 ? colour : black);
+                image.setPixel(i % width, i / width, i % width % 4 >= 2 ? colour : 0xFF000000u);
             return image;
         };
         // n = 2: a 3 x 3 canvas showing the image shifted by (6 - 3) / 2 = 1: the white pixel (1, 0)
@@ -355,7 +354,8 @@ private slots:
                     QFAIL(qPrintable(QString("%1 / %2").arg(n).arg(d)));
         }
         ZelConvolution custom(ZelConvolution::confSharpen);
-        const QImage image = randomImage(37, 7, 3);
+        const QImage blackWhite = randomImage(37, 7, 3).convertToFormat(QImage::Format_Mono); // reaches the extremes
+        const QImage image = blackWhite.convertToFormat(QImage::Format_ARGB32);
         for (const int weight : {127, 128, 1, 0}) { // divisors weight and (2 weight + 1) / 4; 0 computes nothing
             const int kernel[9] = {weight, 0, 0, 0, 1, 0, 0, 0, -weight};
             std::copy(kernel, kernel + 9, custom.myKernel);

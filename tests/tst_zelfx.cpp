@@ -9,6 +9,7 @@
 #include "ZelTestProbe.h"
 
 #include <QImageReader>
+#include <QPainterPath>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -158,6 +159,18 @@ void TestZelfx::textConversion_data()
     row("string list", QMetaType::QStringList, "a;b;c", QStringList{"a", "b", "c"});
     row("empty string list", QMetaType::QStringList, "", QStringList());
     row("font is not converted", QMetaType::QFont, "Sans");
+    using Kernel = QVector<int>;
+    row("kernel", kernelTypeId(), "1,4,6,4,1", QVariant::fromValue(Kernel{1, 4, 6, 4, 1}));
+    row("kernel rejects a row break", kernelTypeId(), "1,2;1");
+    row("2-D kernel", kernel2DTypeId(), "1,2;3,4", QVariant::fromValue(QVector<Kernel>{{1, 2}, {3, 4}}));
+    row("2-D kernel of one row", kernel2DTypeId(), "1,2,1;", QVariant::fromValue(QVector<Kernel>{{1, 2, 1}}));
+    row("2-D kernel rejects a word", kernel2DTypeId(), "1,2;x,4");
+    delete makeEffect("Convolution", QImage()).release(); // registers the painter path type
+    QPainterPath path;
+    path.addRect(10, 10, 200, 100);
+    path.addRect(300, 50, 40, 40);
+    row("painter path", painterPathTypeId(), "10,10,200,100;300,50,40,40", QVariant(painterPathTypeId(), &path));
+    row("painter path rejects three numbers", painterPathTypeId(), "10,10,200");
 }
 
 // Text to a value, and the value's own text back to the same value.
@@ -172,10 +185,22 @@ void TestZelfx::textConversion()
     if (!expected.isValid())
         return;
     QCOMPARE(value.userType(), typeId);
-    QCOMPARE(value, expected);
+    // Kernels and painter paths travel in QVariant without comparison operators.
+    const auto same = [typeId](const QVariant& a, const QVariant& b) {
+        if (typeId == kernelTypeId())
+            return a.value<QVector<int>>() == b.value<QVector<int>>();
+        if (typeId == kernel2DTypeId())
+            return a.value<QVector<QVector<int>>>() == b.value<QVector<QVector<int>>>();
+        if (typeId == painterPathTypeId())
+            return *static_cast<const QPainterPath*>(a.constData()) == *static_cast<const QPainterPath*>(b.constData());
+        return a == b;
+    };
+    QVERIFY(same(value, expected));
+    if (typeId == kernelTypeId() || typeId == kernel2DTypeId())
+        return; // arguments of --call only: the tool never writes a kernel
     QVariant back;
     QVERIFY2(convertText(formatValue(expected), typeId, &back), qPrintable(formatValue(expected)));
-    QCOMPARE(back, expected);
+    QVERIFY(same(back, expected));
 }
 
 void TestZelfx::parameterOptions_data()

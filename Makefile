@@ -7,7 +7,7 @@ PREFIX    ?= /usr/local
 JOBS      ?= $(shell nproc)
 ZELFX      = $(BUILD_DIR)/tools/zelfx/zelfx
 
-.PHONY: all deps build demo test test-asan test-tsan bench install clean
+.PHONY: all deps build demo test test-asan test-tsan bench install clean studio
 
 all: build
 
@@ -21,6 +21,14 @@ build: deps
 demo: build
 	@$(ZELFX) gallery samples/astronaut.png $(BUILD_DIR)/gallery >/dev/null
 	@echo "$(abspath $(BUILD_DIR))/gallery/index.html"
+
+STUDIO = $(BUILD_DIR)/tools/zelfx-studio/zelfx-studio
+
+# The desktop editor, opened on the sample photo.
+studio: deps
+	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=Release >/dev/null
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target zelfx-studio
+	@$(STUDIO) samples/astronaut.png
 
 test: build
 	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)

@@ -1,0 +1,265 @@
+// zelfx-studio driven as a user would, offscreen: the real window, its panel, its jobs.
+#include "effectcatalog.h"
+#include "studiowindow.h"
+
+#include "ZelEffectRegistry.h"
+#include "ZelImageProcessor.h"
+#include "ZelParameterDescriptionContainerWidget.h"
+#include "ZelParameterDescriptionNumber_p.h"
+
+#include <QDomDocument>
+#include <QProgressBar>
+#include <QSignalSpy>
+#include <QSlider>
+#include <QTemporaryDir>
+#include <QUndoStack>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+
+const QString kSamples = QStringLiteral(ZEL_SOURCE_DIR "/samples/");
+const int kJobTimeout = 20000;
+
+QSlider* slider(const StudioWindow& window, const QString& key)
+{
+    return window.panel() ? window.panel()->findChild<QSlider*>(key + QStringLiteral("Slider")) : nullptr;
+}
+
+// Red over green plus blue, averaged over the disc: above 2 in a red pupil, below 0.6 once corrected.
+double meanRedness(const QImage& image, double cx, double cy, double radius)
+{
+    double sum = 0;
+    int count = 0;
+    for (int y = int(cy - radius); y <= int(cy + radius); ++y) {
+        for (int x = int(cx - radius); x <= int(cx + radius); ++x) {
+            if (std::hypot(x + 0.5 - cx, y + 0.5 - cy) > radius)
+                continue;
+            const QRgb pixel = image.pixel(x, y);
+            sum += double(qRed(pixel)) / qMax(1, qGreen(pixel) + qBlue(pixel));
+            ++count;
+        }
+    }
+    return count ? sum / count : 0;
+}
+
+// A numeric parameter shown in other units than it holds, from a default container that nobody
+// else shares (so its mapping is intact).
+const ZelParameterDescriptionNumberImpl* mappedNumber(const ZelParameterDescriptionContainer& container,
+                                                      const QString& key, ZelParameterDescription* keep)
+{
+    *keep = container.parameter(key);
+    const auto* number = dynamic_cast<const ZelParameterDescriptionNumberImpl*>(keep->constData());
+    if (!number || !keep->visibleInUI())
+        return nullptr;
+    const bool sameRange = number->minUserVisibleValue() == number->min()
+                           && number->maxUserVisibleValue() == number->max();
+    return sameRange ? nullptr : number;
+}
+
+} // namespace
+
+class TestStudio : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+    void sliderChangesPreview();
+    void applyUndoRedo();
+    void cancelLongApply();
+    void clickedPupilIsCorrected();
+    void settingsRoundTrip();
+    void slidersReachEffectInValueUnits_data();
+    void slidersReachEffectInValueUnits();
+
+private:
+    bool waitForPreview();
+    bool waitForJob(bool* applied);
+
+    std::unique_ptr<StudioWindow> myWindow;
+};
+
+void TestStudio::init()
+{
+    myWindow.reset(new StudioWindow);
+    myWindow->resize(900, 600);
+    myWindow->show();
+    QVERIFY(myWindow->openPhoto(kSamples + QStringLiteral("astronaut.png")));
+}
+
+void TestStudio::cleanup()
+{
+    myWindow.reset();
+}
+
+bool TestStudio::waitForPreview()
+{
+    QSignalSpy shown(myWindow.get(), &StudioWindow::previewShown);
+    return shown.wait(kJobTimeout);
+}
+
+bool TestStudio::waitForJob(bool* applied)
+{
+    QSignalSpy finished(myWindow.get(), &StudioWindow::jobFinished);
+    if (!finished.wait(kJobTimeout))
+        return false;
+    *applied = finished.first().first().toBool();
+    return true;
+}
+
+void TestStudio::sliderChangesPreview()
+{
+    QVERIFY(myWindow->selectEffect(QStringLiteral("AdjustContrast")));
+    QVERIFY(waitForPreview());
+    const QImage before = myWindow->photoView()->preview();
+    QCOMPARE(before.size(), myWindow->photoView()->visibleDisplaySize());
+
+    QSlider* strength = slider(*myWindow, QStringLiteral("Strength"));
+    QVERIFY(strength);
+    strength->setValue(80);
+    QVERIFY(waitForPreview());
+    QVERIFY(myWindow->photoView()->preview() != before);
+    QCOMPARE(myWindow->photo(), QImage(kSamples + QStringLiteral("astronaut.png")).convertToFormat(QImage::Format_ARGB32));
+}
+
+void TestStudio::applyUndoRedo()
+{
+    const QImage original = myWindow->photo();
+    QVERIFY(myWindow->selectEffect(QStringLiteral("Invert")));
+    QSignalSpy progress(myWindow->progressBar(), &QProgressBar::valueChanged);
+    myWindow->applyEffect();
+    QVERIFY(myWindow->isJobRunning());
+    bool applied = false;
+    QVERIFY(waitForJob(&applied));
+    QVERIFY(applied);
+    QVERIFY(!progress.isEmpty());
+    QVERIFY(!myWindow->progressBar()->isVisible());
+
+    const QImage inverted = myWindow->photo();
+    QCOMPARE(inverted.size(), original.size());
+    QCOMPARE(qRed(inverted.pixel(100, 100)), 255 - qRed(original.pixel(100, 100)));
+    QCOMPARE(myWindow->undoStack()->count(), 1);
+    myWindow->undoStack()->undo();
+    QCOMPARE(myWindow->photo(), original);
+    myWindow->undoStack()->redo();
+    QCOMPARE(myWindow->photo(), inverted);
+}
+
+void TestStudio::cancelLongApply()
+{
+    const QImage original = myWindow->photo();
+    QVERIFY(myWindow->selectEffect(QStringLiteral("ExampleGrayscale")));
+    QSignalSpy progress(myWindow->progressBar(), &QProgressBar::valueChanged);
+    QSignalSpy finished(myWindow.get(), &StudioWindow::jobFinished);
+    myWindow->applyEffect();
+    QVERIFY(progress.wait(kJobTimeout));
+    QVERIFY(finished.isEmpty());
+    myWindow->cancelJob();
+    QVERIFY(finished.wait(kJobTimeout));
+    QCOMPARE(finished.first().first().toBool(), false);
+    QCOMPARE(myWindow->photo(), original);
+    QCOMPARE(myWindow->undoStack()->count(), 0);
+}
+
+void TestStudio::clickedPupilIsCorrected()
+{
+    QVERIFY(myWindow->openPhoto(kSamples + QStringLiteral("redeye_portrait.jpg")));
+    QFile truthFile(kSamples + QStringLiteral("redeye_portrait.json"));
+    QVERIFY(truthFile.open(QIODevice::ReadOnly));
+    const QJsonObject pupil = QJsonDocument::fromJson(truthFile.readAll()).object()["pupils"].toArray().first().toObject();
+    const QPointF centre(pupil["x"].toDouble(), pupil["y"].toDouble());
+    const double radius = pupil["r"].toDouble();
+    QVERIFY(meanRedness(myWindow->photo(), centre.x(), centre.y(), radius) > 2.0);
+
+    PhotoView* view = myWindow->photoView();
+    view->setTool(PhotoView::Tool::RedEye);
+    QTest::mouseClick(view, Qt::LeftButton, Qt::NoModifier, view->toWidget(centre.toPoint()));
+    bool applied = false;
+    QVERIFY(waitForJob(&applied));
+    QVERIFY(applied);
+    QVERIFY(meanRedness(myWindow->photo(), centre.x(), centre.y(), radius) < 0.6);
+    myWindow->undoStack()->undo();
+    QVERIFY(meanRedness(myWindow->photo(), centre.x(), centre.y(), radius) > 2.0);
+}
+
+// What the studio saves, `zelfx apply --settings` reads: the container under <zelfx effect=...>.
+void TestStudio::settingsRoundTrip()
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("shadow.xml"));
+    QVERIFY(myWindow->selectEffect(QStringLiteral("DropShadow")));
+    slider(*myWindow, QStringLiteral("Intensity"))->setValue(80);
+    slider(*myWindow, QStringLiteral("Distance"))->setValue(40);
+    const ZelParameterDescriptionContainer saved = myWindow->effectParameters();
+    QVERIFY(myWindow->saveSettings(path));
+
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QDomDocument document;
+    QVERIFY(document.setContent(&file));
+    QCOMPARE(document.documentElement().tagName(), QStringLiteral("zelfx"));
+    QCOMPARE(document.documentElement().attribute(QStringLiteral("effect")), QStringLiteral("ZelImageProcessorDropShadow"));
+
+    QVERIFY(myWindow->selectEffect(QStringLiteral("Invert")));
+    QVERIFY(myWindow->selectEffect(QStringLiteral("DropShadow")));
+    QVERIFY(myWindow->effectParameters().value(QStringLiteral("Intensity")) != saved.value(QStringLiteral("Intensity")));
+    QVERIFY(myWindow->loadSettings(path));
+    QCOMPARE(slider(*myWindow, QStringLiteral("Intensity"))->value(), 80);
+    QCOMPARE(myWindow->effectParameters().value(QStringLiteral("Intensity")), saved.value(QStringLiteral("Intensity")));
+    QCOMPARE(myWindow->effectParameters().value(QStringLiteral("Distance")), saved.value(QStringLiteral("Distance")));
+    QVERIFY(!myWindow->loadSettings(folder.filePath(QStringLiteral("missing.xml"))));
+}
+
+// Every slider whose scale differs from the values it stands for, moved to the middle of its
+// scale: the effect receives the value in its own units.
+void TestStudio::slidersReachEffectInValueUnits_data()
+{
+    QTest::addColumn<QString>("effect");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<int>("uiValue");
+    QTest::addColumn<QVariant>("expected");
+
+    QTest::newRow("DropShadow Intensity 50 of 100") << "DropShadow" << "Intensity" << 50 << QVariant(128);
+    for (const QMetaObject* meta : ZelEffectRegistry::effects()) {
+        const std::unique_ptr<ZelImageProcessor> effect(ZelEffectRegistry::create(meta));
+        const ZelParameterDescriptionContainer container = effect->parameterContainer();
+        for (const QString& key : container.parameterNames()) {
+            ZelParameterDescription keep;
+            const ZelParameterDescriptionNumberImpl* number = mappedNumber(container, key, &keep);
+            if (!number)
+                continue;
+            const int uiMin = number->minUserVisibleValue().toInt();
+            const int uiMax = number->maxUserVisibleValue().toInt();
+            const int ui = uiMin + (uiMax - uiMin) / 2;
+            const double fraction = double(ui - uiMin) / (uiMax - uiMin);
+            QVariant expected(number->min().toDouble() + fraction * (number->max().toDouble() - number->min().toDouble()));
+            expected.convert(int(keep.type()));
+            const QString shortName = ZelEffectRegistry::shortName(meta);
+            QTest::addRow("%s %s", qPrintable(shortName), qPrintable(key)) << shortName << key << ui << expected;
+        }
+    }
+}
+
+void TestStudio::slidersReachEffectInValueUnits()
+{
+    QFETCH(QString, effect);
+    QFETCH(QString, key);
+    QFETCH(int, uiValue);
+    QFETCH(QVariant, expected);
+
+    QVERIFY(myWindow->selectEffect(effect));
+    QSlider* editor = slider(*myWindow, key);
+    QVERIFY(editor);
+    editor->setValue(uiValue);
+    const ZelParameterDescriptionContainer parameters = myWindow->effectParameters();
+    QCOMPARE(parameters.value(key), expected);
+    // The effect given these parameters holds the same value.
+    const std::unique_ptr<ZelImageProcessor> target(ZelEffectRegistry::create(ZelEffectRegistry::find(effect)));
+    target->setParameters(parameters);
+    QCOMPARE(target->parameterContainer().value(key), expected);
+}
+
+QTEST_MAIN(TestStudio)
+#include "tst_studio.moc"

@@ -48,7 +48,7 @@ QString toolTipOf(const ZelImageProcessor& effect)
 
 QImage iconPreview(const QMetaObject* meta, const QImage& sample)
 {
-    const std::unique_ptr<ZelImageProcessor> effect(ZelEffectRegistry::create(meta, sample));
+    const std::unique_ptr<ZelImageProcessor> effect = createShowcaseEffect(meta, sample);
     if (!effect)
         return QImage();
     effect->setParameters(EffectSettings::unsharedContainer(meta, showcaseSettings(meta)));
@@ -84,7 +84,9 @@ EffectCatalog::EffectCatalog(QObject* parent)
         const std::unique_ptr<ZelImageProcessor> effect(ZelEffectRegistry::create(meta));
         if (!effect)
             continue;
-        auto* item = new QStandardItem(effect->effectName());
+        // A few of the framework's examples have no display name.
+        const QString name = effect->effectName().isEmpty() ? shortName : effect->effectName();
+        auto* item = new QStandardItem(name);
         item->setToolTip(toolTipOf(*effect));
         item->setData(shortName, ShortNameRole);
         item->setEditable(false);

@@ -1,6 +1,7 @@
 #include "effectsettings.h"
 
-#include "ZelEffectRegistry.h"
+#include "showcase.h"
+
 #include "ZelImageProcessor.h"
 
 #include <QDomDocument>
@@ -43,7 +44,7 @@ QDomElement effectElement(const QDomDocument& document, const QMetaObject* effec
 
 ZelParameterDescriptionContainer unsharedContainer(const QMetaObject* effect, const QDomElement& settings)
 {
-    const std::unique_ptr<ZelImageProcessor> fresh(ZelEffectRegistry::create(effect));
+    const std::unique_ptr<ZelImageProcessor> fresh = createShowcaseEffect(effect);
     if (!fresh)
         return ZelParameterDescriptionContainer();
     if (!settings.isNull())

@@ -16,7 +16,7 @@ struct QMetaObject;
 // short-lived effect object of its own and is shared with nobody when it is written.
 namespace EffectSettings {
 
-// The effect's default parameters with the values of settings applied (a null element applies
+// The effect's parameters after its showcase calls, with the values of settings applied (a null element applies
 // nothing); the caller is the only owner.
 ZelParameterDescriptionContainer unsharedContainer(const QMetaObject* effect,
                                                    const QDomElement& settings = QDomElement());

@@ -298,7 +298,7 @@ void StudioWindow::requestPreview()
         return;
     }
     myPreviewRect = myView->visiblePhotoRect();
-    std::shared_ptr<ZelImageProcessor> effect(ZelEffectRegistry::create(myEffect, photo().copy(myPreviewRect)));
+    std::shared_ptr<ZelImageProcessor> effect = createShowcaseEffect(myEffect, photo().copy(myPreviewRect));
     if (!effect)
         return;
     effect->setParameters(effectParameters());
@@ -353,7 +353,7 @@ void StudioWindow::applyEffect()
 {
     if (!myEffect)
         return;
-    QSharedPointer<ZelImageProcessor> effect(ZelEffectRegistry::create(myEffect));
+    QSharedPointer<ZelImageProcessor> effect(createShowcaseEffect(myEffect).release());
     if (!effect)
         return;
     effect->setParameters(effectParameters());

@@ -4,11 +4,13 @@
 #include "effects.h"
 #include "imagefiles.h"
 #include "options.h"
+#include "parameteroptions.h"
 
 #include "ZelEffectRegistry.h"
 #include "ZelImageProcessor.h"
 
 #include <QDir>
+#include <QDomDocument>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -31,6 +33,7 @@ struct GalleryEntry
     QString className;
     QString name;
     QString toolTip;
+    QString settings;  // the showcase settings the tile was made with, empty at the defaults
     QString imageFile; // empty when there is no picture
     QString failure;   // why there is none, worded to follow "effect X"
     double milliseconds = -1;
@@ -102,6 +105,24 @@ void giveSeveralPhotos(ZelImageProcessor* effect, const QImage& input, const QSt
     }
 }
 
+// The showcase settings of zelfx-studio (tools/zelfx-studio/showcase, compiled in as :/showcase/),
+// so that every tile shows what its effect does: first the <call>s, then the parameters, the
+// order the studio uses. Returns the document, empty when the effect has none.
+QString applyShowcase(ZelImageProcessor* effect, const QString& shortName)
+{
+    QFile file(QStringLiteral(":/showcase/%1.xml").arg(shortName));
+    QDomDocument document;
+    if (!file.open(QIODevice::ReadOnly) || !document.setContent(&file))
+        return QString();
+    const QDomElement root = document.documentElement();
+    for (QDomElement call = root.firstChildElement(QStringLiteral("call")); !call.isNull();
+         call = call.nextSiblingElement(QStringLiteral("call")))
+        applyCall(effect, call.text());
+    if (!root.firstChildElement(settingsTagName(*effect)).isNull())
+        applySettingsFile(effect, file.fileName());
+    return document.toString(2);
+}
+
 // Every image argument gets the input, every image list several copies of it.
 ZelImageProcessor* constructOn(const QMetaObject* meta, const QImage& input, QString* failure)
 {
@@ -139,6 +160,7 @@ GalleryEntry renderEffect(const QMetaObject* meta, const QImage& input, const QS
     if (!effect)
         return entry;
     giveSeveralPhotos(effect.get(), input, inputPath);
+    entry.settings = applyShowcase(effect.get(), entry.shortName);
     entry.name = effect->effectName();
     entry.toolTip = effectToolTip(effect.get());
 
@@ -177,6 +199,8 @@ QString entryHtml(const GalleryEntry& entry)
     html += QStringLiteral("<code>%1</code><br>\n").arg(entry.className.toHtmlEscaped());
     if (entry.milliseconds >= 0)
         html += QStringLiteral("<span class=\"time\">%1 ms</span>\n").arg(entry.milliseconds, 0, 'f', 1);
+    if (!entry.settings.isEmpty())
+        html += QStringLiteral("<pre class=\"settings\">%1</pre>\n").arg(entry.settings.toHtmlEscaped());
     html += QStringLiteral("</figcaption>\n</figure>\n");
     return html;
 }
@@ -193,6 +217,7 @@ QString pageHtml(const QString& inputPath, const QList<GalleryEntry>& entries)
                        ".failed { background: #fee; }\n"
                        ".reason { color: #a00; }\n"
                        ".tooltip { color: #555; }\n"
+                       ".settings { font-size: 75%; white-space: pre-wrap; background: #f4f4f4; }\n"
                        "</style>\n</head>\n<body>\n<h1>zelfx gallery: %1</h1>\n<div class=\"grid\">\n")
                        .arg(QFileInfo(inputPath).fileName().toHtmlEscaped());
     for (const GalleryEntry& entry : entries)

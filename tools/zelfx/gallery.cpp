@@ -4,13 +4,12 @@
 #include "effects.h"
 #include "imagefiles.h"
 #include "options.h"
-#include "parameteroptions.h"
+#include "showcase.h"
 
 #include "ZelEffectRegistry.h"
 #include "ZelImageProcessor.h"
 
 #include <QDir>
-#include <QDomDocument>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -105,24 +104,6 @@ void giveSeveralPhotos(ZelImageProcessor* effect, const QImage& input, const QSt
     }
 }
 
-// The showcase settings of zelfx-studio (tools/zelfx-studio/showcase, compiled in as :/showcase/),
-// so that every tile shows what its effect does: first the <call>s, then the parameters, the
-// order the studio uses. Returns the document, empty when the effect has none.
-QString applyShowcase(ZelImageProcessor* effect, const QString& shortName)
-{
-    QFile file(QStringLiteral(":/showcase/%1.xml").arg(shortName));
-    QDomDocument document;
-    if (!file.open(QIODevice::ReadOnly) || !document.setContent(&file))
-        return QString();
-    const QDomElement root = document.documentElement();
-    for (QDomElement call = root.firstChildElement(QStringLiteral("call")); !call.isNull();
-         call = call.nextSiblingElement(QStringLiteral("call")))
-        applyCall(effect, call.text());
-    if (!root.firstChildElement(settingsTagName(*effect)).isNull())
-        applySettingsFile(effect, file.fileName());
-    return document.toString(2);
-}
-
 // Every image argument gets the input, every image list several copies of it.
 ZelImageProcessor* constructOn(const QMetaObject* meta, const QImage& input, QString* failure)
 {
@@ -160,7 +141,7 @@ GalleryEntry renderEffect(const QMetaObject* meta, const QImage& input, const QS
     if (!effect)
         return entry;
     giveSeveralPhotos(effect.get(), input, inputPath);
-    entry.settings = applyShowcase(effect.get(), entry.shortName);
+    entry.settings = applyShowcase(effect.get(), input);
     entry.name = effect->effectName();
     entry.toolTip = effectToolTip(effect.get());
 

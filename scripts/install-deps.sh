@@ -10,6 +10,7 @@ packages=(
   qtbase5-dev
   libmagickwand-6.q16-dev
   libbenchmark-dev
+  xvfb
 )
 
 missing=()

@@ -1,4 +1,6 @@
 // zelfx-studio driven as a user would, offscreen: the real window, its panel, its jobs.
+#include "previewworker.h"
+#include "showcase.h"
 #include "studiowindow.h"
 
 #include "ZelEffectRegistry.h"
@@ -31,15 +33,10 @@ double meanRedness(const QImage& image, double cx, double cy, double radius)
 {
     double sum = 0;
     int count = 0;
-    for (int y = int(cy - radius); y <= int(cy + radius); ++y) {
-        for (int x = int(cx - radius); x <= int(cx + radius); ++x) {
-            if (std::hypot(x + 0.5 - cx, y + 0.5 - cy) > radius)
-                continue;
-            const QRgb pixel = image.pixel(x, y);
-            sum += double(qRed(pixel)) / qMax(1, qGreen(pixel) + qBlue(pixel));
-            ++count;
-        }
-    }
+    for (int y = int(cy - radius); y <= int(cy + radius); ++y)
+        for (int x = int(cx - radius); x <= int(cx + radius); ++x)
+            if (std::hypot(x + 0.5 - cx, y + 0.5 - cy) <= radius && ++count)
+                sum += double(qRed(image.pixel(x, y))) / qMax(1, qGreen(image.pixel(x, y)) + qBlue(image.pixel(x, y)));
     return count ? sum / count : 0;
 }
 
@@ -65,6 +62,7 @@ class TestStudio : public QObject
 private slots:
     void init();
     void sliderChangesPreview();
+    void newestPreviewReplacesOlder();
     void applyUndoRedo();
     void cancelLongApply();
     void clickedPupilIsCorrected();
@@ -76,7 +74,8 @@ private slots:
 
 private:
     bool waitForPreview();
-    bool waitForJob(bool* applied);
+    // The job's verdict: 1 applied, 0 cancelled or without picture, -1 not finished in time.
+    int waitForJob();
 
     std::unique_ptr<StudioWindow> myWindow;
 };
@@ -95,13 +94,10 @@ bool TestStudio::waitForPreview()
     return shown.wait(kJobTimeout);
 }
 
-bool TestStudio::waitForJob(bool* applied)
+int TestStudio::waitForJob()
 {
     QSignalSpy finished(myWindow.get(), &StudioWindow::jobFinished);
-    if (!finished.wait(kJobTimeout))
-        return false;
-    *applied = finished.first().first().toBool();
-    return true;
+    return finished.wait(kJobTimeout) ? int(finished.first().first().toBool()) : -1;
 }
 
 // An effect opens with its showcase settings; a slider moved shows a new preview.
@@ -120,6 +116,19 @@ void TestStudio::sliderChangesPreview()
     QVERIFY(myWindow->photoView()->preview() != before);
 }
 
+// Requests in a row: stale pictures are never shown, so the first to come back is the newest.
+void TestStudio::newestPreviewReplacesOlder()
+{
+    PreviewWorker worker;
+    QSignalSpy ready(&worker, &PreviewWorker::previewReady);
+    for (int side : {64, 96, 128})
+        worker.request(createShowcaseEffect(ZelEffectRegistry::find("Swirl"), myWindow->photo()), QSize(side, side));
+    QVERIFY(ready.wait(kJobTimeout));
+    QCOMPARE(ready.size(), 1);
+    QCOMPARE(ready.first().first().value<QImage>().size(), QSize(128, 128));
+    QVERIFY(!worker.isBusy());
+}
+
 void TestStudio::applyUndoRedo()
 {
     const QImage original = myWindow->photo();
@@ -127,9 +136,7 @@ void TestStudio::applyUndoRedo()
     QSignalSpy progress(myWindow->progressBar(), &QProgressBar::valueChanged);
     myWindow->applyEffect();
     QVERIFY(myWindow->isJobRunning());
-    bool applied = false;
-    QVERIFY(waitForJob(&applied));
-    QVERIFY(applied);
+    QCOMPARE(waitForJob(), 1);
     QVERIFY(!progress.isEmpty());
     QVERIFY(!myWindow->progressBar()->isVisible());
 
@@ -148,13 +155,10 @@ void TestStudio::cancelLongApply()
     const QImage original = myWindow->photo();
     QVERIFY(myWindow->selectEffect(QStringLiteral("ExampleGrayscale")));
     QSignalSpy progress(myWindow->progressBar(), &QProgressBar::valueChanged);
-    QSignalSpy finished(myWindow.get(), &StudioWindow::jobFinished);
     myWindow->applyEffect();
     QVERIFY(progress.wait(kJobTimeout));
-    QVERIFY(finished.isEmpty());
     myWindow->cancelJob();
-    QVERIFY(finished.wait(kJobTimeout));
-    QCOMPARE(finished.first().first().toBool(), false);
+    QCOMPARE(waitForJob(), 0);
     QCOMPARE(myWindow->photo(), original);
     QCOMPARE(myWindow->undoStack()->count(), 0);
 }
@@ -172,9 +176,7 @@ void TestStudio::clickedPupilIsCorrected()
     PhotoView* view = myWindow->photoView();
     view->setTool(PhotoView::Tool::RedEye);
     QTest::mouseClick(view, Qt::LeftButton, Qt::NoModifier, view->toWidget(centre.toPoint()));
-    bool applied = false;
-    QVERIFY(waitForJob(&applied));
-    QVERIFY(applied);
+    QCOMPARE(waitForJob(), 1);
     QVERIFY(meanRedness(myWindow->photo(), centre.x(), centre.y(), radius) < 0.6);
     myWindow->undoStack()->undo();
     QVERIFY(meanRedness(myWindow->photo(), centre.x(), centre.y(), radius) > 2.0);
@@ -209,9 +211,7 @@ void TestStudio::cutAndRotateWithTheMouse()
     QMouseEvent move(QEvent::MouseMove, centre + to, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(view, &move);
     QTest::mouseRelease(view, Qt::LeftButton, Qt::NoModifier, centre + to);
-    bool applied = false;
-    QVERIFY(waitForJob(&applied));
-    QVERIFY(applied);
+    QCOMPARE(waitForJob(), 1);
 
     const QImage expected = degrees == 0
         ? original.copy(cut)

@@ -20,6 +20,7 @@ PreviewWorker::~PreviewWorker()
 
 void PreviewWorker::cancel()
 {
+    myFuture.cancel();
     if (myInFlight)
         myInFlight->cancel();
     myInFlight.reset();
@@ -41,5 +42,6 @@ void PreviewWorker::request(std::shared_ptr<ZelImageProcessor> effect, const QSi
         myInFlight.reset();
         emit previewReady(watcher->result());
     });
-    watcher->setFuture(QtConcurrent::run(&myPool, [effect, size] { return effect->generatePreview(size); }));
+    myFuture = QtConcurrent::run(&myPool, [effect, size] { return effect->generatePreview(size); });
+    watcher->setFuture(myFuture);
 }

@@ -1,6 +1,7 @@
 #ifndef ZELFX_STUDIO_PREVIEWWORKER_H
 #define ZELFX_STUDIO_PREVIEWWORKER_H
 
+#include <QFuture>
 #include <QImage>
 #include <QObject>
 #include <QSize>
@@ -12,7 +13,9 @@ class ZelImageProcessor;
 
 // Computes previews through the effect's generatePreview on a thread of its own, so that the
 // window stays responsive while a slider moves. Only the newest request is shown: a request
-// cancels the one in flight, whose picture is dropped when it arrives.
+// cancels the one before it, which is skipped if it has not started yet. One that runs already
+// runs to its end (generatePreview computes on a temporary effect object that cancel() cannot
+// reach), and its picture is dropped.
 class PreviewWorker : public QObject
 {
     Q_OBJECT
@@ -32,6 +35,7 @@ signals:
 private:
     QThreadPool myPool;
     std::shared_ptr<ZelImageProcessor> myInFlight;
+    QFuture<QImage> myFuture;
     int myGeneration = 0;
 };
 

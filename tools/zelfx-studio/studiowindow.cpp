@@ -104,6 +104,9 @@ StudioWindow::StudioWindow(QWidget* parent)
 
 StudioWindow::~StudioWindow()
 {
+    // The undo stack is deleted with the window's children, after this object's members, and
+    // reports cleanChanged while it goes.
+    disconnect(myUndoStack, nullptr, this, nullptr);
     if (myJob) {
         myJob->cancel();
         myJob->wait();

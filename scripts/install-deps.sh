@@ -11,6 +11,7 @@ packages=(
   libmagickwand-6.q16-dev
   libbenchmark-dev
   xvfb
+  xauth
 )
 
 missing=()

@@ -7,7 +7,7 @@ PREFIX    ?= /usr/local
 JOBS      ?= $(shell nproc)
 ZELFX      = $(BUILD_DIR)/tools/zelfx/zelfx
 
-.PHONY: all deps build demo test test-asan test-tsan bench install clean
+.PHONY: all deps build demo test test-asan test-tsan bench install clean studio screenshot
 
 all: build
 
@@ -21,6 +21,23 @@ build: deps
 demo: build
 	@$(ZELFX) gallery samples/astronaut.png $(BUILD_DIR)/gallery >/dev/null
 	@echo "$(abspath $(BUILD_DIR))/gallery/index.html"
+
+STUDIO = $(BUILD_DIR)/tools/zelfx-studio/zelfx-studio
+
+# The desktop editor, opened on the sample photo.
+studio: deps
+	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=Release >/dev/null
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target zelfx-studio
+	@$(STUDIO) samples/astronaut.png
+
+# docs/studio.png for the README: the studio on a virtual X display, Swirl selected, grabbed by
+# itself once the first preview is shown.
+screenshot: deps
+	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=Release >/dev/null
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target zelfx-studio
+	@mkdir -p docs
+	@xvfb-run -a -s "-screen 0 1280x800x24" $(STUDIO) samples/astronaut.png --effect Swirl --screenshot docs/studio.png
+	@echo "$(abspath docs/studio.png)"
 
 test: build
 	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)

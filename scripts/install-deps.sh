@@ -10,6 +10,8 @@ packages=(
   qtbase5-dev
   libmagickwand-6.q16-dev
   libbenchmark-dev
+  xvfb
+  xauth
 )
 
 missing=()

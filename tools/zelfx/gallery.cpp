@@ -4,6 +4,7 @@
 #include "effects.h"
 #include "imagefiles.h"
 #include "options.h"
+#include "showcase.h"
 
 #include "ZelEffectRegistry.h"
 #include "ZelImageProcessor.h"
@@ -31,6 +32,7 @@ struct GalleryEntry
     QString className;
     QString name;
     QString toolTip;
+    QString settings;  // the showcase settings the tile was made with, empty at the defaults
     QString imageFile; // empty when there is no picture
     QString failure;   // why there is none, worded to follow "effect X"
     double milliseconds = -1;
@@ -139,6 +141,7 @@ GalleryEntry renderEffect(const QMetaObject* meta, const QImage& input, const QS
     if (!effect)
         return entry;
     giveSeveralPhotos(effect.get(), input, inputPath);
+    entry.settings = applyShowcase(effect.get(), input);
     entry.name = effect->effectName();
     entry.toolTip = effectToolTip(effect.get());
 
@@ -177,6 +180,8 @@ QString entryHtml(const GalleryEntry& entry)
     html += QStringLiteral("<code>%1</code><br>\n").arg(entry.className.toHtmlEscaped());
     if (entry.milliseconds >= 0)
         html += QStringLiteral("<span class=\"time\">%1 ms</span>\n").arg(entry.milliseconds, 0, 'f', 1);
+    if (!entry.settings.isEmpty())
+        html += QStringLiteral("<pre class=\"settings\">%1</pre>\n").arg(entry.settings.toHtmlEscaped());
     html += QStringLiteral("</figcaption>\n</figure>\n");
     return html;
 }
@@ -193,6 +198,7 @@ QString pageHtml(const QString& inputPath, const QList<GalleryEntry>& entries)
                        ".failed { background: #fee; }\n"
                        ".reason { color: #a00; }\n"
                        ".tooltip { color: #555; }\n"
+                       ".settings { font-size: 75%; white-space: pre-wrap; background: #f4f4f4; }\n"
                        "</style>\n</head>\n<body>\n<h1>zelfx gallery: %1</h1>\n<div class=\"grid\">\n")
                        .arg(QFileInfo(inputPath).fileName().toHtmlEscaped());
     for (const GalleryEntry& entry : entries)

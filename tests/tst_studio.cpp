@@ -63,6 +63,7 @@ private slots:
     void init();
     void sliderChangesPreview();
     void newestPreviewReplacesOlder();
+    void runningPreviewIsCancelled();
     void applyUndoRedo();
     void cancelLongApply();
     void clickedPupilIsCorrected();
@@ -122,11 +123,33 @@ void TestStudio::newestPreviewReplacesOlder()
     PreviewWorker worker;
     QSignalSpy ready(&worker, &PreviewWorker::previewReady);
     for (int side : {64, 96, 128})
-        worker.request(createShowcaseEffect(ZelEffectRegistry::find("Swirl"), myWindow->photo()), QSize(side, side));
+        worker.request(createShowcaseEffect(ZelEffectRegistry::find("Swirl"), myWindow->photo()), myWindow->photo(),
+                       QSize(side, side));
     QVERIFY(ready.wait(kJobTimeout));
     QCOMPARE(ready.size(), 1);
     QCOMPARE(ready.first().first().value<QImage>().size(), QSize(128, 128));
     QVERIFY(!worker.isBusy());
+}
+
+// A running plain preview is cancelled by the next request: its object finishes at once, not
+// after its paced rows. Scale has a preview rule of its own (factor 1.0) and goes through the library.
+void TestStudio::runningPreviewIsCancelled()
+{
+    PreviewWorker worker;
+    QSignalSpy ready(&worker, &PreviewWorker::previewReady);
+    const QImage photo = myWindow->photo();
+    worker.request(createShowcaseEffect(ZelEffectRegistry::find("ExampleGrayscale"), photo), photo, photo.size());
+    ZelImageProcessor* slow = worker.inFlight();
+    QVERIFY(slow && !PreviewWorker::usesOwnPreviewRule(*slow));
+    QSignalSpy progress(slow, &ZelImageProcessor::progress), finished(slow, &ZelImageProcessor::finished);
+    QVERIFY(progress.wait(kJobTimeout) && finished.isEmpty()); // it runs
+    std::shared_ptr<ZelImageProcessor> scale = createShowcaseEffect(ZelEffectRegistry::find("Scale"), photo);
+    QVERIFY(PreviewWorker::usesOwnPreviewRule(*scale));
+    worker.request(scale, photo, QSize(100, 100));
+    QCOMPARE(finished.size(), 1);
+    QCOMPARE(worker.inFlight(), scale.get());
+    QVERIFY(ready.wait(kJobTimeout) && ready.size() == 1);
+    QCOMPARE(ready.first().first().value<QImage>().size(), photo.size().scaled(100, 100, Qt::KeepAspectRatio));
 }
 
 void TestStudio::applyUndoRedo()
@@ -137,8 +160,7 @@ void TestStudio::applyUndoRedo()
     myWindow->applyEffect();
     QVERIFY(myWindow->isJobRunning());
     QCOMPARE(waitForJob(), 1);
-    QVERIFY(!progress.isEmpty());
-    QVERIFY(!myWindow->progressBar()->isVisible());
+    QVERIFY(!progress.isEmpty() && !myWindow->progressBar()->isVisible());
 
     const QImage inverted = myWindow->photo();
     QCOMPARE(inverted.size(), original.size());
@@ -264,8 +286,7 @@ void TestStudio::slidersReachEffectInValueUnits_data()
             const ZelParameterDescriptionNumberImpl* number = mappedNumber(container, key, &keep);
             if (!number)
                 continue;
-            const int uiMin = number->minUserVisibleValue().toInt();
-            const int uiMax = number->maxUserVisibleValue().toInt();
+            const int uiMin = number->minUserVisibleValue().toInt(), uiMax = number->maxUserVisibleValue().toInt();
             const int ui = uiMin + (uiMax - uiMin) / 2;
             const double fraction = double(ui - uiMin) / (uiMax - uiMin);
             QVariant expected(number->min().toDouble() + fraction * (number->max().toDouble() - number->min().toDouble()));

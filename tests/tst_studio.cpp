@@ -1,6 +1,7 @@
 // zelfx-studio driven as a user would, offscreen: the real window, its panel, its jobs.
 #include "previewworker.h"
 #include "showcase.h"
+#include "../zelfx/showcase.h"
 #include "studiowindow.h"
 
 #include "ZelEffectRegistry.h"
@@ -19,15 +20,12 @@
 #include <memory>
 
 namespace {
-
 const QString kSamples = QStringLiteral(ZEL_SOURCE_DIR "/samples/");
 const int kJobTimeout = 20000;
-
 QSlider* slider(const StudioWindow& window, const QString& key)
 {
     return window.panel() ? window.panel()->findChild<QSlider*>(key + QStringLiteral("Slider")) : nullptr;
 }
-
 // Red over green plus blue, averaged over the disc: above 2 in a red pupil, below 0.6 once corrected.
 double meanRedness(const QImage& image, double cx, double cy, double radius)
 {
@@ -39,7 +37,6 @@ double meanRedness(const QImage& image, double cx, double cy, double radius)
                 sum += double(qRed(image.pixel(x, y))) / qMax(1, qGreen(image.pixel(x, y)) + qBlue(image.pixel(x, y)));
     return count ? sum / count : 0;
 }
-
 // A numeric parameter shown in other units than it holds, from a default container that nobody
 // else shares (so its mapping is intact).
 const ZelParameterDescriptionNumberImpl* mappedNumber(const ZelParameterDescriptionContainer& container,
@@ -53,7 +50,6 @@ const ZelParameterDescriptionNumberImpl* mappedNumber(const ZelParameterDescript
                            && number->maxUserVisibleValue() == number->max();
     return sameRange ? nullptr : number;
 }
-
 } // namespace
 
 class TestStudio : public QObject
@@ -63,20 +59,20 @@ private slots:
     void init();
     void sliderChangesPreview();
     void newestPreviewReplacesOlder();
+    void runningPreviewIsCancelled();
     void applyUndoRedo();
     void cancelLongApply();
     void clickedPupilIsCorrected();
     void cutAndRotateWithTheMouse_data();
     void cutAndRotateWithTheMouse();
     void settingsRoundTrip();
+    void showcasePictureIsTheGallerysOnly();
     void slidersReachEffectInValueUnits_data();
     void slidersReachEffectInValueUnits();
-
 private:
     bool waitForPreview();
     // The job's verdict: 1 applied, 0 cancelled or without picture, -1 not finished in time.
     int waitForJob();
-
     std::unique_ptr<StudioWindow> myWindow;
 };
 
@@ -110,7 +106,6 @@ void TestStudio::sliderChangesPreview()
     QVERIFY(waitForPreview());
     const QImage before = myWindow->photoView()->preview();
     QCOMPARE(before.size(), myWindow->photoView()->visibleDisplaySize());
-
     strength->setValue(-50);
     QVERIFY(waitForPreview());
     QVERIFY(myWindow->photoView()->preview() != before);
@@ -122,11 +117,33 @@ void TestStudio::newestPreviewReplacesOlder()
     PreviewWorker worker;
     QSignalSpy ready(&worker, &PreviewWorker::previewReady);
     for (int side : {64, 96, 128})
-        worker.request(createShowcaseEffect(ZelEffectRegistry::find("Swirl"), myWindow->photo()), QSize(side, side));
+        worker.request(createShowcaseEffect(ZelEffectRegistry::find("Swirl"), myWindow->photo()), myWindow->photo(),
+                       QSize(side, side));
     QVERIFY(ready.wait(kJobTimeout));
     QCOMPARE(ready.size(), 1);
     QCOMPARE(ready.first().first().value<QImage>().size(), QSize(128, 128));
     QVERIFY(!worker.isBusy());
+}
+
+// A running plain preview is cancelled by the next request: its object finishes at once, not
+// after its paced rows. Scale has a preview rule of its own (factor 1.0) and goes through the library.
+void TestStudio::runningPreviewIsCancelled()
+{
+    PreviewWorker worker;
+    QSignalSpy ready(&worker, &PreviewWorker::previewReady);
+    const QImage photo = myWindow->photo();
+    worker.request(createShowcaseEffect(ZelEffectRegistry::find("ExampleGrayscale"), photo), photo, photo.size());
+    ZelImageProcessor* slow = worker.inFlight();
+    QVERIFY(slow && !PreviewWorker::usesOwnPreviewRule(*slow));
+    QSignalSpy progress(slow, &ZelImageProcessor::progress), finished(slow, &ZelImageProcessor::finished);
+    QVERIFY(progress.wait(kJobTimeout) && finished.isEmpty()); // it runs
+    std::shared_ptr<ZelImageProcessor> scale = createShowcaseEffect(ZelEffectRegistry::find("Scale"), photo);
+    QVERIFY(PreviewWorker::usesOwnPreviewRule(*scale));
+    worker.request(scale, photo, QSize(100, 100));
+    QCOMPARE(finished.size(), 1);
+    QCOMPARE(worker.inFlight(), scale.get());
+    QVERIFY(ready.wait(kJobTimeout) && ready.size() == 1);
+    QCOMPARE(ready.first().first().value<QImage>().size(), photo.size().scaled(100, 100, Qt::KeepAspectRatio));
 }
 
 void TestStudio::applyUndoRedo()
@@ -137,9 +154,7 @@ void TestStudio::applyUndoRedo()
     myWindow->applyEffect();
     QVERIFY(myWindow->isJobRunning());
     QCOMPARE(waitForJob(), 1);
-    QVERIFY(!progress.isEmpty());
-    QVERIFY(!myWindow->progressBar()->isVisible());
-
+    QVERIFY(!progress.isEmpty() && !myWindow->progressBar()->isVisible());
     const QImage inverted = myWindow->photo();
     QCOMPARE(inverted.size(), original.size());
     QCOMPARE(qRed(inverted.pixel(100, 100)), 255 - qRed(original.pixel(100, 100)));
@@ -172,7 +187,6 @@ void TestStudio::clickedPupilIsCorrected()
     const QPointF centre(pupil["x"].toDouble(), pupil["y"].toDouble());
     const double radius = pupil["r"].toDouble();
     QVERIFY(meanRedness(myWindow->photo(), centre.x(), centre.y(), radius) > 2.0);
-
     PhotoView* view = myWindow->photoView();
     view->setTool(PhotoView::Tool::RedEye);
     QTest::mouseClick(view, Qt::LeftButton, Qt::NoModifier, view->toWidget(centre.toPoint()));
@@ -189,7 +203,6 @@ void TestStudio::cutAndRotateWithTheMouse_data()
     QTest::addColumn<QPoint>("from");
     QTest::addColumn<QPoint>("to");
     QTest::addColumn<int>("degrees"); // 0 for a cut
-
     QTest::newRow("cut") << int(PhotoView::Tool::Cut) << QPoint(-120, -80) << QPoint(90, 60) << 0;
     QTest::newRow("rotate a quarter turn clockwise") << int(PhotoView::Tool::Rotate) << QPoint(100, 0) << QPoint(0, 100) << 90;
     QTest::newRow("rotate 45 degrees back") << int(PhotoView::Tool::Rotate) << QPoint(100, 100) << QPoint(100, 0) << -45;
@@ -197,11 +210,8 @@ void TestStudio::cutAndRotateWithTheMouse_data()
 
 void TestStudio::cutAndRotateWithTheMouse()
 {
-    QFETCH(int, tool);
-    QFETCH(QPoint, from);
-    QFETCH(QPoint, to);
-    QFETCH(int, degrees);
-
+    QFETCH(int, tool); QFETCH(int, degrees);
+    QFETCH(QPoint, from); QFETCH(QPoint, to);
     const QImage original = myWindow->photo();
     PhotoView* view = myWindow->photoView();
     view->setTool(PhotoView::Tool(tool));
@@ -212,7 +222,6 @@ void TestStudio::cutAndRotateWithTheMouse()
     QApplication::sendEvent(view, &move);
     QTest::mouseRelease(view, Qt::LeftButton, Qt::NoModifier, centre + to);
     QCOMPARE(waitForJob(), 1);
-
     const QImage expected = degrees == 0
         ? original.copy(cut)
         : original.transformed(QMatrix().rotate(degrees), Qt::SmoothTransformation);
@@ -230,13 +239,11 @@ void TestStudio::settingsRoundTrip()
     slider(*myWindow, QStringLiteral("Intensity"))->setValue(80);
     const ZelParameterDescriptionContainer saved = myWindow->effectParameters();
     QVERIFY(myWindow->saveSettings(path));
-
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
     QDomDocument document;
     QVERIFY(document.setContent(&file));
     QCOMPARE(document.documentElement().attribute(QStringLiteral("effect")), QStringLiteral("ZelImageProcessorDropShadow"));
-
     QVERIFY(myWindow->selectEffect(QStringLiteral("Invert")));
     QVERIFY(myWindow->selectEffect(QStringLiteral("DropShadow")));
     QVERIFY(myWindow->effectParameters().value(QStringLiteral("Intensity")) != saved.value(QStringLiteral("Intensity")));
@@ -244,6 +251,23 @@ void TestStudio::settingsRoundTrip()
     QCOMPARE(slider(*myWindow, QStringLiteral("Intensity"))->value(), 80);
     QCOMPARE(myWindow->effectParameters().value(QStringLiteral("Intensity")), saved.value(QStringLiteral("Intensity")));
     QVERIFY(!myWindow->loadSettings(folder.filePath(QStringLiteral("missing.xml"))));
+}
+
+// Gallery pictures of their own (the portrait's red eyes, a flat photo); the studio keeps the user's.
+void TestStudio::showcasePictureIsTheGallerysOnly()
+{
+    const QImage photo = myWindow->photo();
+    const auto showcased = [&photo](const char* name) {
+        std::unique_ptr<ZelImageProcessor> effect(ZelEffectRegistry::create(ZelEffectRegistry::find(name), photo));
+        applyShowcase(effect.get(), photo);
+        return effect->result();
+    };
+    const QImage eyes = showcased("RedEyeRemoval");
+    const QImage before = QImage(QStringLiteral(":/showcase/redeye_portrait.jpg")).copy(700, 250, 400, 300);
+    QVERIFY(meanRedness(before, 118, 148, 10.4) > 2.0 && meanRedness(before, 288, 161, 10.4) > 2.0);
+    QVERIFY(eyes.size() == before.size() && meanRedness(eyes, 118, 148, 10.4) < 0.6 && meanRedness(eyes, 288, 161, 10.4) < 0.6);
+    QCOMPARE(createShowcaseEffect(ZelEffectRegistry::find("RedEyeRemoval"), photo)->result().size(), photo.size());
+    QVERIFY(showcased("ContrastStretch") != createShowcaseEffect(ZelEffectRegistry::find("ContrastStretch"), photo)->result());
 }
 
 // Every slider whose scale differs from the values it stands for, moved to the middle of its
@@ -254,7 +278,6 @@ void TestStudio::slidersReachEffectInValueUnits_data()
     QTest::addColumn<QString>("key");
     QTest::addColumn<int>("uiValue");
     QTest::addColumn<QVariant>("expected");
-
     QTest::newRow("DropShadow Intensity 50 of 100") << "DropShadow" << "Intensity" << 50 << QVariant(128);
     for (const QMetaObject* meta : ZelEffectRegistry::effects()) {
         const std::unique_ptr<ZelImageProcessor> effect(ZelEffectRegistry::create(meta));
@@ -264,8 +287,7 @@ void TestStudio::slidersReachEffectInValueUnits_data()
             const ZelParameterDescriptionNumberImpl* number = mappedNumber(container, key, &keep);
             if (!number)
                 continue;
-            const int uiMin = number->minUserVisibleValue().toInt();
-            const int uiMax = number->maxUserVisibleValue().toInt();
+            const int uiMin = number->minUserVisibleValue().toInt(), uiMax = number->maxUserVisibleValue().toInt();
             const int ui = uiMin + (uiMax - uiMin) / 2;
             const double fraction = double(ui - uiMin) / (uiMax - uiMin);
             QVariant expected(number->min().toDouble() + fraction * (number->max().toDouble() - number->min().toDouble()));
@@ -282,7 +304,6 @@ void TestStudio::slidersReachEffectInValueUnits()
     QFETCH(QString, key);
     QFETCH(int, uiValue);
     QFETCH(QVariant, expected);
-
     QVERIFY(myWindow->selectEffect(effect));
     QSlider* editor = slider(*myWindow, key);
     QVERIFY(editor);

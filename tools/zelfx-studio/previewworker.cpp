@@ -3,7 +3,38 @@
 #include "ZelImageProcessor.h"
 
 #include <QFutureWatcher>
+#include <QSet>
 #include <QtConcurrent>
+
+namespace {
+
+// Effects whose previews are not the plain "own class, scaled picture, copied
+// parameters, result()": they read a second picture, a chain, or state that parameters do not
+// carry, scale a parameter by the preview's size, or force values of their own. Building the
+// plain object for them would show something else than the library's preview, so they keep
+// going through generatePreview and cannot be stopped half-way.
+const QSet<QString>& ownPreviewRuleClasses()
+{
+    static const QSet<QString> classes{
+        QStringLiteral("ZelImageProcessorCombine"),        // second picture
+        QStringLiteral("ZelImageProcessorCompare"),        // reference scaled alike, figures kept
+        QStringLiteral("ZelImageProcessorComposer"),       // runs without its chain
+        QStringLiteral("ZelImageProcessorExampleComposer"), // a chain of two effects it owns
+        QStringLiteral("ZelImageProcessorSoftLense"),      // softness scaled by the preview width
+        QStringLiteral("ZelImageProcessorThreeDGrid"),     // values through its typed setter
+        QStringLiteral("ZelImageProcessorPosterize"),      // always 4 levels, no dither
+        QStringLiteral("ZelImageProcessorConvolution"),    // always 2-D kernel, no avoided region
+        QStringLiteral("ZelImageProcessorImageGrid"),      // source alone, default parameters
+        QStringLiteral("ZelImageProcessorFotoCollage"),    // rows and columns exchanged
+        QStringLiteral("ZelImageProcessorCut"),            // integer scale factors
+        QStringLiteral("ZelImageProcessorScale"),          // always factor 1.0
+        QStringLiteral("ZelImageProcessorPhotosInPhoto"),  // no files, no block size
+        QStringLiteral("ZelImageProcessorRedEyeRemoval"),  // searches the whole preview
+    };
+    return classes;
+}
+
+} // namespace
 
 PreviewWorker::PreviewWorker(QObject* parent)
     : QObject(parent)
@@ -18,30 +49,61 @@ PreviewWorker::~PreviewWorker()
     myPool.waitForDone();
 }
 
+bool PreviewWorker::usesOwnPreviewRule(const ZelImageProcessor& effect)
+{
+    return ownPreviewRuleClasses().contains(QString::fromLatin1(effect.metaObject()->className()));
+}
+
 void PreviewWorker::cancel()
 {
     myFuture.cancel();
+    // Thread-safe: stops a plain preview while it runs; a generatePreview one ignores it.
     if (myInFlight)
         myInFlight->cancel();
     myInFlight.reset();
     ++myGeneration;
 }
 
-void PreviewWorker::request(std::shared_ptr<ZelImageProcessor> effect, const QSize& size)
+void PreviewWorker::request(std::shared_ptr<ZelImageProcessor> effect, const QImage& source, const QSize& size)
 {
     cancel();
-    myInFlight = effect;
+    if (!effect)
+        return;
+    std::shared_ptr<ZelImageProcessor> computing = effect;
+    bool plain = !usesOwnPreviewRule(*effect);
+    if (plain) {
+        // What generatePreview would do on its temporary object, on one we keep. Scaling here,
+        // on the window thread, costs little next to the effect and keeps the object's whole
+        // life on this thread.
+        const QImage scaled = source.scaled(size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+        QObject* object = effect->metaObject()->newInstance(Q_ARG(QImage, scaled));
+        auto* processor = qobject_cast<ZelImageProcessor*>(object);
+        if (processor) {
+            computing.reset(processor);
+            const QList<ZelParameterDescription> parameters = effect->parameterContainer().parameters();
+            if (!parameters.isEmpty())
+                computing->setParameters(parameters);
+        } else {
+            // No constructor on one picture: leave the preview to the library.
+            delete object;
+            plain = false;
+        }
+    }
+    myInFlight = computing;
     const int generation = myGeneration;
     auto* watcher = new QFutureWatcher<QImage>(this);
-    // The watcher's connection keeps the effect alive until its picture is back, so that it is
+    // The watcher's connection keeps the object alive until its picture is back, so that it is
     // deleted on this thread and never while the worker still uses it.
-    connect(watcher, &QFutureWatcher<QImage>::finished, this, [this, watcher, generation, effect] {
+    connect(watcher, &QFutureWatcher<QImage>::finished, this, [this, watcher, generation, computing] {
         watcher->deleteLater();
         if (generation != myGeneration)
             return;
         myInFlight.reset();
         emit previewReady(watcher->result());
     });
-    myFuture = QtConcurrent::run(&myPool, [effect, size] { return effect->generatePreview(size); });
+    if (plain)
+        myFuture = QtConcurrent::run(&myPool, [computing] { return computing->result(); });
+    else
+        myFuture = QtConcurrent::run(&myPool, [computing, size] { return computing->generatePreview(size); });
     watcher->setFuture(myFuture);
 }

@@ -11,11 +11,15 @@
 
 class ZelImageProcessor;
 
-// Computes previews through the effect's generatePreview on a thread of its own, so that the
-// window stays responsive while a slider moves. Only the newest request is shown: a request
-// cancels the one before it, which is skipped if it has not started yet. One that runs already
-// runs to its end (generatePreview computes on a temporary effect object that cancel() cannot
-// reach), and its picture is dropped.
+// Computes previews on a thread of its own, so that the window stays responsive while a slider
+// moves. Only the newest request is shown: a request cancels the one before it.
+//
+// Most effects preview the plain way: an object of the effect's own class on the scaled picture,
+// given a copy of the parameter values, and its result(). The worker builds that object itself
+// and keeps it, so that a newer request can cancel() it while it runs. The few effects whose
+// previews follow a rule of their own (see usesOwnPreviewRule) go through generatePreview, which
+// computes on a temporary object out of our reach: such a preview is skipped if it has not started
+// yet, and otherwise runs to its end and its picture is dropped.
 class PreviewWorker : public QObject
 {
     Q_OBJECT
@@ -23,11 +27,18 @@ public:
     explicit PreviewWorker(QObject* parent = nullptr);
     ~PreviewWorker() override;
 
-    // effect holds the visible part of the photo as its source; size is its size on screen.
-    void request(std::shared_ptr<ZelImageProcessor> effect, const QSize& size);
+    // effect holds source, the visible part of the photo, as its source; size is its size on
+    // screen.
+    void request(std::shared_ptr<ZelImageProcessor> effect, const QImage& source, const QSize& size);
     // Cancels the preview in flight and forgets it.
     void cancel();
     bool isBusy() const { return myInFlight != nullptr; }
+    // The object that computes the current preview: the one built here for a plain preview, the
+    // effect itself for one through generatePreview. Null when idle.
+    ZelImageProcessor* inFlight() const { return myInFlight.get(); }
+
+    // True for the effect classes whose previews differ from the plain way above.
+    static bool usesOwnPreviewRule(const ZelImageProcessor& effect);
 
 signals:
     void previewReady(const QImage& preview);

@@ -31,7 +31,8 @@ std::unique_ptr<ZelImageProcessor> createShowcaseEffect(const QMetaObject* effec
 {
     initShowcaseResources();
     std::unique_ptr<ZelImageProcessor> processor(ZelEffectRegistry::create(effect, image));
+    // The studio works on the user's photo: a showcase picture of its own does not apply.
     if (processor)
-        applyShowcase(processor.get(), image);
+        applyShowcase(processor.get(), image, ShowcaseInput::Ignore);
     return processor;
 }

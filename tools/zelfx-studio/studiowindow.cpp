@@ -301,11 +301,12 @@ void StudioWindow::requestPreview()
         return;
     }
     myPreviewRect = myView->visiblePhotoRect();
-    std::shared_ptr<ZelImageProcessor> effect = createShowcaseEffect(myEffect, photo().copy(myPreviewRect));
+    const QImage visible = photo().copy(myPreviewRect);
+    std::shared_ptr<ZelImageProcessor> effect = createShowcaseEffect(myEffect, visible);
     if (!effect)
         return;
     effect->setParameters(effectParameters());
-    myPreviews->request(effect, myView->visibleDisplaySize());
+    myPreviews->request(effect, visible, myView->visibleDisplaySize());
 }
 
 void StudioWindow::showPreview(const QImage& preview)

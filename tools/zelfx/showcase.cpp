@@ -22,14 +22,15 @@ QString showcasePath(const ZelImageProcessor& effect)
     return QStringLiteral(":/showcase/%1.xml").arg(effectShortName(effect.metaObject()));
 }
 
-QString applyShowcaseNested(ZelImageProcessor* effect, const QImage& source, int depth);
+QString applyShowcaseNested(ZelImageProcessor* effect, const QImage& source, ShowcaseInput input, int depth);
 
 ZelImageProcessor* createNested(const QString& shortName, const QImage& source, int depth)
 {
     const QMetaObject* meta = ZelEffectRegistry::find(shortName.trimmed());
     ZelImageProcessor* effect = meta ? ZelEffectRegistry::create(meta) : nullptr;
+    // A step or reference works on what it is handed, never on a picture of its own.
     if (effect)
-        applyShowcaseNested(effect, source, depth + 1);
+        applyShowcaseNested(effect, source, ShowcaseInput::Ignore, depth + 1);
     return effect;
 }
 
@@ -58,7 +59,46 @@ void setReference(ZelImageProcessor* effect, const QDomElement& root, const QIma
     QMetaObject::invokeMethod(effect, "setParameters", Qt::DirectConnection, Q_ARG(QImage, changed));
 }
 
-QString applyShowcaseNested(ZelImageProcessor* effect, const QImage& source, int depth)
+// Tones pulled towards mid-grey so that only percent of the range is left: a flat picture for
+// effects that spread the range out again.
+QImage withContrast(const QImage& image, int percent)
+{
+    QImage flat = image.convertToFormat(QImage::Format_ARGB32);
+    const auto squeeze = [percent](int v) { return 128 + (v - 128) * percent / 100; };
+    for (int y = 0; y < flat.height(); ++y) {
+        auto* line = reinterpret_cast<QRgb*>(flat.scanLine(y));
+        for (int x = 0; x < flat.width(); ++x)
+            line[x] = qRgba(squeeze(qRed(line[x])), squeeze(qGreen(line[x])), squeeze(qBlue(line[x])), qAlpha(line[x]));
+    }
+    return flat;
+}
+
+void useInput(ZelImageProcessor* effect, const QDomElement& root, const QImage& source)
+{
+    const QDomElement input = root.firstChildElement(QStringLiteral("input"));
+    if (input.isNull())
+        return;
+    QImage picture = source;
+    const QString photo = input.attribute(QStringLiteral("photo"));
+    if (!photo.isEmpty())
+        picture = QImage(QStringLiteral(":/showcase/") + photo);
+    const QStringList section = input.attribute(QStringLiteral("section")).split(QLatin1Char(','));
+    if (section.size() == 4)
+        picture = picture.copy(section[0].toInt(), section[1].toInt(), section[2].toInt(), section[3].toInt());
+    bool hasContrast = false;
+    const int contrast = input.attribute(QStringLiteral("contrast")).toInt(&hasContrast);
+    if (hasContrast)
+        picture = withContrast(picture, qBound(0, contrast, 100));
+    // A picture that is not there leaves the effect on source rather than on nothing.
+    if (picture.isNull())
+        return;
+    effect->setSourceImage(picture);
+    for (QDomElement call = input.firstChildElement(QStringLiteral("call")); !call.isNull();
+         call = call.nextSiblingElement(QStringLiteral("call")))
+        applyCall(effect, call.text());
+}
+
+QString applyShowcaseNested(ZelImageProcessor* effect, const QImage& source, ShowcaseInput input, int depth)
 {
     const QString path = showcasePath(*effect);
     QFile file(path);
@@ -75,12 +115,14 @@ QString applyShowcaseNested(ZelImageProcessor* effect, const QImage& source, int
         addChain(effect, root, source, depth);
         setReference(effect, root, source, depth);
     }
+    if (input == ShowcaseInput::Use)
+        useInput(effect, root, source);
     return document.toString(2);
 }
 
 } // namespace
 
-QString applyShowcase(ZelImageProcessor* effect, const QImage& source)
+QString applyShowcase(ZelImageProcessor* effect, const QImage& source, ShowcaseInput input)
 {
-    return applyShowcaseNested(effect, source, 0);
+    return applyShowcaseNested(effect, source, input, 0);
 }

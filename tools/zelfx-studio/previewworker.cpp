@@ -1,5 +1,6 @@
 #include "previewworker.h"
 
+#include "ZelEffectRegistry.h"
 #include "ZelImageProcessor.h"
 
 #include <QFutureWatcher>
@@ -76,17 +77,13 @@ void PreviewWorker::request(std::shared_ptr<ZelImageProcessor> effect, const QIm
         // on the window thread, costs little next to the effect and keeps the object's whole
         // life on this thread.
         const QImage scaled = source.scaled(size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-        QObject* object = effect->metaObject()->newInstance(Q_ARG(QImage, scaled));
-        auto* processor = qobject_cast<ZelImageProcessor*>(object);
-        if (processor) {
+        if (ZelImageProcessor* processor = ZelEffectRegistry::create(effect->metaObject(), scaled)) {
             computing.reset(processor);
             const QList<ZelParameterDescription> parameters = effect->parameterContainer().parameters();
             if (!parameters.isEmpty())
                 computing->setParameters(parameters);
         } else {
-            // No constructor on one picture: leave the preview to the library.
-            delete object;
-            plain = false;
+            plain = false; // no constructor on a picture: the library's preview it is
         }
     }
     myInFlight = computing;

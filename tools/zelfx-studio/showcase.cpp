@@ -7,8 +7,6 @@
 #include "ZelEffectRegistry.h"
 #include "ZelImageProcessor.h"
 
-#include <QDomDocument>
-#include <QFile>
 
 // The resources live in a static library, whose registration the linker would otherwise drop.
 static void initShowcaseResources()
@@ -19,9 +17,8 @@ static void initShowcaseResources()
 QDomElement showcaseSettings(const QMetaObject* effect)
 {
     initShowcaseResources();
-    QFile file(QStringLiteral(":/showcase/%1.xml").arg(ZelEffectRegistry::shortName(effect)));
-    QDomDocument document;
-    if (!file.open(QIODevice::ReadOnly) || !document.setContent(&file))
+    const QDomDocument document = showcaseDocument(effect);
+    if (document.isNull())
         return QDomElement();
     const QString tag = EffectSettings::tagName(effect, createShowcaseEffect(effect)->parameterContainer());
     return document.documentElement().firstChildElement(tag);

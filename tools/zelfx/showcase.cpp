@@ -17,9 +17,9 @@ namespace {
 // again; this bounds the nesting.
 const int kMaximumNesting = 3;
 
-QString showcasePath(const ZelImageProcessor& effect)
+QString showcasePath(const QMetaObject* effect)
 {
-    return QStringLiteral(":/showcase/%1.xml").arg(effectShortName(effect.metaObject()));
+    return QStringLiteral(":/showcase/%1.xml").arg(effectShortName(effect));
 }
 
 QString applyShowcaseNested(ZelImageProcessor* effect, const QImage& source, ShowcaseInput input, int depth);
@@ -100,11 +100,10 @@ void useInput(ZelImageProcessor* effect, const QDomElement& root, const QImage& 
 
 QString applyShowcaseNested(ZelImageProcessor* effect, const QImage& source, ShowcaseInput input, int depth)
 {
-    const QString path = showcasePath(*effect);
-    QFile file(path);
-    QDomDocument document;
-    if (!file.open(QIODevice::ReadOnly) || !document.setContent(&file))
+    const QDomDocument document = showcaseDocument(effect->metaObject());
+    if (document.isNull())
         return QString();
+    const QString path = showcasePath(effect->metaObject());
     const QDomElement root = document.documentElement();
     for (QDomElement call = root.firstChildElement(QStringLiteral("call")); !call.isNull();
          call = call.nextSiblingElement(QStringLiteral("call")))
@@ -121,6 +120,15 @@ QString applyShowcaseNested(ZelImageProcessor* effect, const QImage& source, Sho
 }
 
 } // namespace
+
+QDomDocument showcaseDocument(const QMetaObject* effect)
+{
+    QFile file(showcasePath(effect));
+    QDomDocument document;
+    if (!file.open(QIODevice::ReadOnly) || !document.setContent(&file))
+        return QDomDocument();
+    return document;
+}
 
 QString applyShowcase(ZelImageProcessor* effect, const QImage& source, ShowcaseInput input)
 {

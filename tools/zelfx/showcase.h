@@ -1,10 +1,12 @@
 #ifndef ZELFX_SHOWCASE_H
 #define ZELFX_SHOWCASE_H
 
+#include <QDomDocument>
 #include <QImage>
 #include <QString>
 
 class ZelImageProcessor;
+struct QMetaObject;
 
 // Settings that show what an effect does, kept once as tools/zelfx-studio/showcase/<ShortName>.xml
 // and compiled in as :/showcase/ by the programs that use them (zelfx gallery, zelfx-studio).
@@ -20,6 +22,9 @@ class ZelImageProcessor;
 //                                calls inside refer to that picture (a region on it, say). Every
 //                                attribute is optional.
 // Effects that show themselves at their defaults have no file.
+
+// The effect's showcase file; a null document when it has none.
+QDomDocument showcaseDocument(const QMetaObject* effect);
 
 // Whether <input> replaces the effect's source: yes for a showcase of its own (the gallery), no
 // where the effect works on the user's photo (the studio), which skips the element whole.

@@ -17,6 +17,7 @@ namespace {
 const QSet<QString>& ownPreviewRuleClasses()
 {
     static const QSet<QString> classes{
+        QStringLiteral("ZelImageProcessorAdjustHSB"),      // its three factors live outside the container
         QStringLiteral("ZelImageProcessorCombine"),        // second picture
         QStringLiteral("ZelImageProcessorCompare"),        // reference scaled alike, figures kept
         QStringLiteral("ZelImageProcessorComposer"),       // runs without its chain

@@ -7,7 +7,7 @@ PREFIX    ?= /usr/local
 JOBS      ?= $(shell nproc)
 ZELFX      = $(BUILD_DIR)/tools/zelfx/zelfx
 
-.PHONY: all deps build demo test test-asan test-tsan bench install clean studio screenshot
+.PHONY: all deps build demo test test-asan test-tsan bench install clean studio-build studio screenshot
 
 all: build
 
@@ -24,17 +24,17 @@ demo: build
 
 STUDIO = $(BUILD_DIR)/tools/zelfx-studio/zelfx-studio
 
-# The desktop editor, opened on the sample photo.
-studio: deps
+studio-build: deps
 	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=Release >/dev/null
 	@cmake --build $(BUILD_DIR) -j $(JOBS) --target zelfx-studio
+
+# The desktop editor, opened on the sample photo.
+studio: studio-build
 	@$(STUDIO) samples/astronaut.png
 
 # docs/studio.png for the README: the studio on a virtual X display, Swirl selected, grabbed by
 # itself once the first preview is shown.
-screenshot: deps
-	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=Release >/dev/null
-	@cmake --build $(BUILD_DIR) -j $(JOBS) --target zelfx-studio
+screenshot: studio-build
 	@mkdir -p docs
 	@xvfb-run -a -s "-screen 0 1280x800x24" $(STUDIO) samples/astronaut.png --effect Swirl --screenshot docs/studio.png
 	@echo "$(abspath docs/studio.png)"
@@ -48,8 +48,8 @@ test-asan: deps
 	@cd $(ASAN_DIR) && ctest --output-on-failure -j $(JOBS)
 
 # The suites whose effects and jobs compute on more than one thread: the photo converter, cancels
-# from another thread (every registered effect), ImageMagick started from several threads, libRedEye's per-thread trace,
-# zelfx apply --threaded.
+# from another thread (every registered effect), ImageMagick started from several threads,
+# libRedEye's per-thread trace, zelfx apply --threaded.
 TSAN_TESTS = tst_converter tst_effects tst_simple tst_magick tst_artistic tst_redeye tst_zelfx
 empty :=
 space := $(empty) $(empty)

@@ -50,6 +50,19 @@ ZelSketchResourceLimits magickResourceLimits()
     return limits;
 }
 
+// Whether ImageMagick can hold the picture at all. Refused the image by its width, height or area
+// limit, or by its memory, map and disk limits together, ImageMagick 6's ConstituteImage fails an
+// assertion (it aborts the process) instead of failing the call; such a picture gets a wand
+// without image, which every operation leaves alone and which gives a null result.
+bool magickCanHold(const QSize& size)
+{
+    const double width = size.width(), height = size.height();
+    const double bytes = double(MagickGetResourceLimit(MemoryResource)) + double(MagickGetResourceLimit(MapResource))
+        + double(MagickGetResourceLimit(DiskResource));
+    return width <= double(MagickGetResourceLimit(WidthResource)) && height <= double(MagickGetResourceLimit(HeightResource))
+        && width * height <= double(MagickGetResourceLimit(AreaResource)) && width * height * sizeof(PixelPacket) <= bytes;
+}
+
 // Each tile, widened by the overlap, is sketched on its own copy of the quantized picture and
 // copied back without its overlap, so that no tile reads pixels an earlier tile has drawn.
 void sketchInTiles(MagickWand* wand, const ZelSketchTiling& tiling, double radius, double sigma, double angle,
@@ -170,7 +183,7 @@ MagickWand* ZelMagickWandWrapper::createWand(const QImage& image) const
 {
     MagickWand* wand = NewMagickWand();
     gWandsCreated.fetch_add(1, std::memory_order_relaxed);
-    toMagickWand(image, wand);
+    toMagickWand(magickCanHold(image.size()) ? image : QImage(), wand);
     return wand;
 }
 

@@ -219,6 +219,10 @@ QImage ZelImageProcessorFotoCollageImpl::shadowImage(const QImage& image) const
     shadowed.fill(19u);
 
     QGraphicsScene scene;
+    // Without an index: the index is built from a timer, which a thread without an event
+    // dispatcher (std::thread, a pool's worker) cannot start, and an unindexed scene renders
+    // none of its items there. One item needs no index anyway.
+    scene.setItemIndexMethod(QGraphicsScene::NoIndex);
     scene.setSceneRect(0, 0, shadowed.width(), shadowed.height());
     auto* item = new QGraphicsPixmapItem(QPixmap::fromImage(image));
     item->setTransformationMode(Qt::SmoothTransformation);

@@ -7,7 +7,8 @@ PREFIX    ?= /usr/local
 JOBS      ?= $(shell nproc)
 ZELFX      = $(BUILD_DIR)/tools/zelfx/zelfx
 
-.PHONY: all deps build demo test test-asan test-tsan bench install clean studio-build studio screenshot
+.PHONY: all deps build demo test test-asan test-tsan bench install clean studio-build studio screenshot \
+        stress stress-tsan large
 
 all: build
 
@@ -48,9 +49,10 @@ test-asan: deps
 	@cd $(ASAN_DIR) && ctest --output-on-failure -j $(JOBS)
 
 # The suites whose effects and jobs compute on more than one thread: the photo converter, cancels
-# from another thread (every registered effect), ImageMagick started from several threads,
-# libRedEye's per-thread trace, zelfx apply --threaded.
-TSAN_TESTS = tst_converter tst_effects tst_simple tst_magick tst_artistic tst_redeye tst_zelfx
+# from another thread (every registered effect, and a short round of random ones), every effect on
+# eight threads at once, ImageMagick started from several threads, libRedEye's per-thread trace,
+# zelfx apply --threaded.
+TSAN_TESTS = tst_converter tst_effects tst_stress tst_threads tst_simple tst_magick tst_artistic tst_redeye tst_zelfx
 empty :=
 space := $(empty) $(empty)
 
@@ -58,6 +60,33 @@ test-tsan: deps
 	@cmake -S . -B $(TSAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE_THREAD=ON >/dev/null
 	@cmake --build $(TSAN_DIR) -j $(JOBS) --target $(TSAN_TESTS)
 	@cd $(TSAN_DIR) && ctest --output-on-failure -j $(JOBS) -R '^($(subst $(space),|,$(TSAN_TESTS)))$$'
+
+# Every effect cancelled from another thread at random moments, on photos on which a run takes
+# about 50 to 500 ms. SEED=N replays a round; STRESS_RUNS sets its length.
+STRESS_RUNS ?= 1000
+STRESS_ARGUMENTS = $(STRESS_RUNS) --large $(if $(SEED),--seed $(SEED))
+
+stress: deps
+	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=Release >/dev/null
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target tst_stress
+	@QT_QPA_PLATFORM=offscreen nice $(BUILD_DIR)/tests/tst_stress $(STRESS_ARGUMENTS)
+
+# The same under ThreadSanitizer, shorter: each run there is ten to twenty times slower.
+stress-tsan: STRESS_RUNS = 200
+stress-tsan: deps
+	@cmake -S . -B $(TSAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE_THREAD=ON >/dev/null
+	@cmake --build $(TSAN_DIR) -j $(JOBS) --target tst_stress
+	@QT_QPA_PLATFORM=offscreen QT_NO_GLIB=1 TSAN_OPTIONS="halt_on_error=1 suppressions=$(abspath tests/tsan.supp)" \
+		nice $(TSAN_DIR)/tests/tst_stress $(STRESS_ARGUMENTS)
+
+# Time and peak memory of every effect on very large photos, as a Markdown table in
+# $(BUILD_DIR)/large.md. LARGE_SIZES picks sizes (24mp 50mp 40000x10 10x40000), EFFECTS effects.
+LARGE_SIZES ?= 24mp 50mp 40000x10 10x40000
+
+large: deps
+	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=Release >/dev/null
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target zelfx
+	@OUT=$(BUILD_DIR)/large.md WORK=$(BUILD_DIR)/large nice bash scripts/large.sh $(ZELFX) $(LARGE_SIZES)
 
 bench: build
 	@ZEL_TOOLKIT_BENCH=$(BUILD_DIR)/bench/zel_toolkit_bench bash bench/run.sh $(ZELFX)

@@ -1,10 +1,12 @@
 #include "ZelConvolutionKernelGenerator.h"
 #include "ZelEffectContracts.h"
 #include "ZelEffectTestSupport.h"
+#include "ZelPhotoConverter.h"
 
 #include <QCryptographicHash>
 #include <QtTest>
 
+#include <atomic>
 #include <functional>
 #include <thread>
 #include <vector>
@@ -38,11 +40,17 @@ QByteArray comparable(const QString& effect, const QImage& image)
     return hashOf(image);
 }
 
+std::unique_ptr<ZelImageProcessor> prepared(const QString& effect, const QImage& source)
+{
+    auto processor = makeEffect(effect, source);
+    nudgeParameters(*processor);
+    return processor;
+}
+
 // The effect on its own object, seeded like every run compared here.
 QByteArray run(const QString& effect, const QImage& source)
 {
-    const auto processor = makeEffect(effect, source);
-    nudgeParameters(*processor);
+    const auto processor = prepared(effect, source);
     seed();
     return comparable(effect, processor->result());
 }
@@ -75,6 +83,7 @@ private slots:
     void differentEffects();
     void sameEffect_data();
     void sameEffect();
+    void convertersAtOnce();
 
 private:
     // One photo for all threads: its pixels are shared, as an application shares one QImage.
@@ -139,6 +148,38 @@ void TestThreads::sameEffect()
     onThreads([&](int t) { together[size_t(t)] = run(effect, mySource); });
     for (const QByteArray& result : together)
         QCOMPARE(result, alone);
+}
+
+// Eight photo converters running effects on their own threads at once: the effect of a job is
+// the converter's own, not shared like the arguments of the other threaded jobs.
+void TestThreads::convertersAtOnce()
+{
+    const QStringList effects = {"ExampleGauss", "Convolution", "Swirl", "Ripple",
+                                 "Mosaic", "Sepia", "DropShadow", "FotoCollage"};
+    QVector<QByteArray> alone;
+    for (const QString& effect : effects)
+        alone << hashOf(prepared(effect, mySource)->result().convertToFormat(QImage::Format_ARGB32));
+
+    std::vector<std::unique_ptr<ZelPhotoConverter>> converters;
+    std::vector<std::atomic<bool>> ended(size_t(effects.size()));
+    for (int i = 0; i < effects.size(); ++i) {
+        converters.emplace_back(new ZelPhotoConverter);
+        ZelPhotoConverter* converter = converters.back().get();
+        converter->setPhoto(mySource, QString());
+        // Directly on the job's thread, as the last thing it does: ThreadSanitizer sees the
+        // release and acquire, not Qt's own wait.
+        std::atomic<bool>* end = &ended[size_t(i)];
+        connect(converter, &QThread::finished, converter, [end] { end->store(true, std::memory_order_release); },
+                Qt::DirectConnection);
+    }
+    for (int i = 0; i < effects.size(); ++i)
+        converters[size_t(i)]->applyImageProcessorThreaded(QSharedPointer<ZelImageProcessor>(prepared(effects.at(i), mySource).release()));
+    for (int i = 0; i < effects.size(); ++i) {
+        while (!ended[size_t(i)].load(std::memory_order_acquire))
+            QThread::yieldCurrentThread();
+        converters[size_t(i)]->wait();
+        QVERIFY2(hashOf(converters[size_t(i)]->getPhoto()) == alone.at(i), qPrintable(effects.at(i)));
+    }
 }
 
 QTEST_MAIN(TestThreads)

@@ -22,11 +22,18 @@
 // the running effect; rotations and cuts have no effect object and cannot be cancelled, and neither
 // can a threaded red-eye job (see removeRedEye()).
 //
-// Unlocked, because an application drives one converter from its interface thread: the threaded operations keep their arguments
-// in one function-local static array per operation, shared by every converter, so starting the
-// same kind of job on a second converter before the first job has read its arguments makes both
-// use the second's values. Photo and result are unlocked too: do not call setPhoto() or getPhoto()
-// while a threaded job runs. Start one job at a time, and the next once finished() has come.
+// Threads. Unlocked, because an application drives one converter from its interface thread:
+// - The threaded rotation, cut and red-eye operations keep their arguments in one function-local
+//   static array per operation, shared by every converter: starting the same kind of job on a
+//   second converter before the first job has read its arguments makes both use the second's
+//   values. Start such jobs one at a time, the next once finished() has come.
+// - applyImageProcessorThreaded() keeps its effect in the converter, not in static storage:
+//   several converters may run effects at once, each with its own effect object. Sharing one
+//   effect object between two running jobs is not allowed.
+// - Photo and result are unlocked: do not call setPhoto() or getPhoto() while a threaded job
+//   runs, and do not start a second job on the same converter before finished().
+// - cancel() reaches the effect at once on the thread the effect object lives in (usually the
+//   interface thread); called on another thread, it is queued to that thread's event loop.
 class ZelPhotoConverter : public QThread
 {
     Q_OBJECT

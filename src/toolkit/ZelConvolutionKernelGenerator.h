@@ -11,6 +11,13 @@ class ZelConvolutionKernelGeneratorImpl;
 //
 // One object per process, created by the first instance() and never deleted. The fixed matrices
 // are built on first use and handed out as shared copies.
+//
+// Threads: the object holds no state that a call changes, so any number of threads may call
+// instance() and every operation at once, the first calls included (the object and the fixed
+// matrices are created under the one-time guard of function-local statics). Each thread passes
+// its own kernel and factor variables: two threads writing into the same QVector, or one reading
+// it while another fills it, race. The matrices handed out are implicitly shared copies; a
+// caller's write detaches its copy and never reaches the generator's.
 class ZelConvolutionKernelGenerator
 {
 public:

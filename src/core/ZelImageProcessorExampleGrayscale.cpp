@@ -44,7 +44,8 @@ QImage ZelImageProcessorExampleGrayscaleImpl::result()
         return source;
 
     QImage gray = source.convertToFormat(QImage::Format_RGB32);
-    if (gray.isNull())
+    // bits() detaches a source that already was RGB32; null when that copy cannot be allocated.
+    if (gray.isNull() || !gray.bits())
         return source;
     const int width = gray.width();
     const int height = gray.height();

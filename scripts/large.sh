@@ -6,7 +6,8 @@
 #
 # Environment: OUT (the table, default build/large.md), WORK (inputs and outputs, default
 # build/large), TIMEOUT (seconds per run, default 300), EFFECTS (space-separated short names,
-# default every registered effect).
+# default every registered effect), LIMIT_MB (run zelfx with its address space limited to that
+# many MB, to see what each effect does when its memory cannot be allocated).
 #
 # Each cell is the time of the effect's result() as zelfx --time reports it (loading and saving
 # left out) and the peak resident memory of the whole zelfx process (/usr/bin/time), which holds
@@ -32,6 +33,7 @@ mkdir -p "$WORK" "$(dirname "$OUT")"
 declare -A FACTORS=([24mp]="10,10" [50mp]="14.4333333333,14.4325" [40000x10]="66.6666666667,0.025"
                     [10x40000]="0.0166666666667,100")
 declare -A PIXELS=([24mp]=24000000 [50mp]=49996180 [40000x10]=400000 [10x40000]=400000)
+declare -A DIMENSIONS=([24mp]=6000x4000 [50mp]=8660x5773 [40000x10]=40000x10 [10x40000]=10x40000)
 declare -A TITLES=([24mp]="6000 × 4000" [50mp]="8660 × 5773" [40000x10]="40000 × 10" [10x40000]="10 × 40000")
 
 for size in "${SIZES[@]}"; do
@@ -47,8 +49,11 @@ effects=${EFFECTS:-$("$ZELFX" list 2>/dev/null | cut -f1)}
 run() {
     local effect=$1 size=$2 stats=$WORK/time.txt out=$WORK/out.bmp
     rm -f "$stats" "$out"
-    timeout -k 10 "$TIMEOUT" /usr/bin/time -f '%M' -o "$stats" \
-        "$ZELFX" apply "$effect" "$WORK/$size.bmp" "$out" --time >"$WORK/stdout.txt" 2>"$WORK/stderr.txt"
+    (
+        [ -n "${LIMIT_MB:-}" ] && ulimit -v $((LIMIT_MB * 1024))
+        exec timeout -k 10 "$TIMEOUT" /usr/bin/time -f '%M' -o "$stats" \
+            "$ZELFX" apply "$effect" "$WORK/$size.bmp" "$out" --time >"$WORK/stdout.txt" 2>"$WORK/stderr.txt"
+    )
     local status=$?
     rm -f "$out"
     if [ $status -eq 124 ] || [ $status -eq 137 ]; then echo "timeout"; return; fi
@@ -75,6 +80,15 @@ run() {
     for size in "${SIZES[@]}"; do printf -- '---|'; done
     printf '\n'
 } >"$OUT"
+
+# The time of a memcpy of the photo, measured by zelfx bench beside a quick effect: times on a
+# shared machine compare only as ratios to it.
+line="| memcpy of the photo |"
+for size in "${SIZES[@]}"; do
+    ms=$("$ZELFX" bench Invert --size "${DIMENSIONS[$size]}" --repeat 3 2>/dev/null | sed -n 's/^memcpy_ms\t//p')
+    line="$line $(awk -v ms="${ms:-0}" 'BEGIN { printf "%.3f s", ms / 1000 }') |"
+done
+echo "$line" >>"$OUT"
 
 for effect in $effects; do
     line="| $effect |"

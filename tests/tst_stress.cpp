@@ -1,9 +1,9 @@
 #include "ZelEffectContracts.h"
 #include "ZelEffectTestSupport.h"
 
+#include <QApplication>
 #include <QElapsedTimer>
 #include <QLoggingCategory>
-#include <QApplication>
 
 #include <algorithm>
 #include <atomic>
@@ -99,6 +99,7 @@ int main(int argc, char* argv[])
 {
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Widgets: FotoCollage draws its shadows through a QGraphicsScene.
     QApplication application(argc, argv);
     QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false")); // a line per ImageMagick call otherwise
 

@@ -75,8 +75,9 @@ private slots:
         QTest::newRow("photo, the effect's 20 / 120") << cat << 20.0 << 120.0;
         QTest::newRow("photo, radius 4 at 30 degrees") << cat << 4.0 << 30.0;
         QTest::newRow("photo, radius 2.5 at 260 degrees") << cat << 2.5 << 260.0;
-        // Several composite bands and the resize margins between them.
-        QTest::newRow("tall") << photo(40, 300) << 20.0 << 120.0;
+        // Several composite tiles and the resize margins between them.
+        QTest::newRow("tall") << photo(30, 1100) << 20.0 << 120.0;
+        QTest::newRow("wide") << photo(1100, 20) << 4.0 << 120.0;
         QTest::newRow("translucent") << translucent(50, 40) << 20.0 << 120.0;
         // Canvas smaller than the filters: every tap beyond the edge.
         QTest::newRow("3 x 2") << photo(3, 2) << 20.0 << 120.0;
@@ -155,7 +156,7 @@ private slots:
             if (name == cancelAt && reports[name].size() == 3)
                 signalizer.setCancelled(true);
         });
-        const QImage sketch = wrapper.sketch(photo(200, 300), 20, 20, 120);
+        const QImage sketch = wrapper.sketch(photo(1100, 600), 20, 20, 120); // six composite tiles
         QCOMPARE(sketch.isNull(), !cancelAt.isEmpty());
         if (!cancelAt.isEmpty()) {
             QCOMPARE(reports.value(cancelAt).size(), 3); // stopped at the report that saw the cancel

@@ -2,6 +2,7 @@
 
 #include "ZelProgressSignalizer.h"
 
+#include <QRect>
 #include <QString>
 
 #include <algorithm>
@@ -292,13 +293,72 @@ std::vector<std::uint16_t> normalizeNegateTable(const std::vector<double>& histo
     return table;
 }
 
-// Output rows per composite band: the band's canvas rows (twice as many plus the resize's margin)
-// stay a few tens of megabytes for the widest pictures ImageMagick accepts.
-constexpr int kBandRows = 128;
-// Canvas rows beyond a band on either side for the halving; more than the filter's reach (a
-// Mitchell or Lanczos filter of support 2 or 3 widened to 4 or 6 canvas rows), and even, so that
-// band rows and canvas rows stay aligned two to one.
+// The picture is composited in tiles of at most this side: a tile's canvas (twice the side plus
+// the margins) stays a few megabytes and within ImageMagick's side limits.
+constexpr int kTileSide = 512;
+// Canvas pixels beyond a tile on every side for the halving: more than the filter's reach (a
+// Mitchell or Lanczos filter of support 2 or 3, widened to 4 or 6 canvas pixels), and even, so
+// that tile and canvas stay aligned two to one. ImageMagick's resize then weighs every pixel of a
+// tile exactly as in the whole canvas (its order of passes is the same for any size halved).
 constexpr int kResizeMargin = 8;
+
+// The sketch of one tile of the picture, in place: the tile's canvas, widened by the margins, is
+// halved by ImageMagick, laid over the tile with its colour dodge and blended 20 / 80 with the
+// tile. The canvas is imported into a canvas-sized clone of the picture, as ImageMagick's noise
+// canvas is one, so that it has the attributes (alpha, colour space) that select ImageMagick's
+// resize filter. False when ImageMagick fails (memory).
+bool sketchTile(Image* picture, const QRect& tile, const std::vector<std::uint16_t>& canvas, int canvasWidth,
+                int canvasHeight, const std::vector<std::uint16_t>& table, std::vector<std::uint16_t>& pixels,
+                ExceptionInfo* exception)
+{
+    const QRect wide = QRect(QPoint(2 * tile.left() - kResizeMargin, 2 * tile.top() - kResizeMargin),
+                             QPoint(2 * tile.right() + 1 + kResizeMargin, 2 * tile.bottom() + 1 + kResizeMargin))
+                           .intersected(QRect(0, 0, canvasWidth, canvasHeight));
+    Image* dodge = CloneImage(picture, std::size_t(wide.width()), std::size_t(wide.height()), MagickTrue, exception);
+    if (!dodge)
+        return false;
+    // The tile images report nothing: the progress is the tile loop's.
+    SetImageProgressMonitor(dodge, nullptr, nullptr);
+    SetImageStorageClass(dodge, DirectClass);
+    pixels.resize(std::size_t(wide.width()) * std::size_t(wide.height()) * 4);
+    std::uint16_t* out = pixels.data();
+    for (int y = wide.top(); y <= wide.bottom(); ++y) {
+        const std::uint16_t* in = canvas.data() + std::size_t(y) * std::size_t(canvasWidth);
+        for (int x = wide.left(); x <= wide.right(); ++x) {
+            const std::uint16_t grey = table[in[x]];
+            out[0] = out[1] = out[2] = grey;
+            out[3] = 65535;
+            out += 4;
+        }
+    }
+    ImportImagePixels(dodge, 0, 0, std::size_t(wide.width()), std::size_t(wide.height()), "RGBA", ShortPixel,
+                      pixels.data());
+    Image* halved = ResizeImage(dodge, std::size_t(wide.width() / 2), std::size_t(wide.height() / 2), dodge->filter,
+                                dodge->blur, exception);
+    DestroyImage(dodge);
+
+    const RectangleInfo part = {std::size_t(tile.width()), std::size_t(tile.height()), tile.x(), tile.y()};
+    Image* blend = CropImage(picture, &part, exception);
+    if (blend)
+        SetImageProgressMonitor(blend, nullptr, nullptr);
+    Image* sketch = blend ? CloneImage(blend, 0, 0, MagickTrue, exception) : nullptr;
+    const bool made = halved && blend && sketch;
+    if (made) {
+        blend->page = sketch->page = halved->page = RectangleInfo{0, 0, 0, 0};
+        CompositeImage(sketch, ColorDodgeCompositeOp, halved, wide.x() / 2 - tile.x(), wide.y() / 2 - tile.y());
+        SetImageArtifact(blend, "compose:args", "20x80");
+        CompositeImage(sketch, BlendCompositeOp, blend, 0, 0);
+        pixels.resize(std::size_t(tile.width()) * std::size_t(tile.height()) * 4);
+        ExportImagePixels(sketch, 0, 0, std::size_t(tile.width()), std::size_t(tile.height()), "RGBA", ShortPixel,
+                          pixels.data(), exception);
+        ImportImagePixels(picture, tile.x(), tile.y(), std::size_t(tile.width()), std::size_t(tile.height()), "RGBA",
+                          ShortPixel, pixels.data());
+    }
+    for (Image* image : {halved, blend, sketch})
+        if (image)
+            DestroyImage(image);
+    return made;
+}
 
 } // namespace
 
@@ -365,63 +425,23 @@ void zelSketchWand(MagickWand* wand, double radius, double sigma, double angle, 
     const std::vector<std::uint16_t> table = normalizeNegateTable(histogram, double(canvasWidth) * canvasHeight);
     histogram = std::vector<double>();
 
-    // Halving and composites, ImageMagick's own, band by band. The dodge band is a canvas-sized
-    // clone of the picture like ImageMagick's noise canvas, so that it has the attributes (alpha,
-    // colour space) that select ImageMagick's resize filter.
+    // Halving and composites, ImageMagick's own, tile by tile.
     SetImageStorageClass(picture, DirectClass);
     ExceptionInfo* exception = AcquireExceptionInfo();
     Progress compositeProgress(signalizer, "Composite");
     std::vector<std::uint16_t> pixels;
     const int rows = int(height);
-    for (int top = 0; top < rows; top += kBandRows) {
-        if (!compositeProgress.report(top, rows))
+    const int columns = int(width);
+    const int tileRows = (rows + kTileSide - 1) / kTileSide;
+    const int tileColumns = (columns + kTileSide - 1) / kTileSide;
+    for (int i = 0; i < tileRows * tileColumns; ++i) {
+        if (!compositeProgress.report(i, tileRows * tileColumns))
             break;
-        const int bottom = std::min(rows, top + kBandRows);
-        const int canvasTop = std::max(0, 2 * top - kResizeMargin);
-        const int canvasBottom = std::min(canvasHeight, 2 * bottom + kResizeMargin);
-        const int canvasRows = canvasBottom - canvasTop;
-
-        Image* dodge = CloneImage(picture, std::size_t(canvasWidth), std::size_t(canvasRows), MagickTrue, exception);
-        if (!dodge)
+        const int left = i % tileColumns * kTileSide;
+        const int top = i / tileColumns * kTileSide;
+        const QRect tile(left, top, std::min(kTileSide, columns - left), std::min(kTileSide, rows - top));
+        if (!sketchTile(picture, tile, canvas, canvasWidth, canvasHeight, table, pixels, exception))
             break;
-        // The band images report nothing: the bands' progress is this loop's.
-        SetImageProgressMonitor(dodge, nullptr, nullptr);
-        SetImageStorageClass(dodge, DirectClass);
-        pixels.resize(std::size_t(canvasWidth) * std::size_t(canvasRows) * 4);
-        std::uint16_t* out = pixels.data();
-        for (std::size_t i = std::size_t(canvasTop) * canvasWidth; i < std::size_t(canvasBottom) * canvasWidth; ++i) {
-            const std::uint16_t grey = table[canvas[i]];
-            out[0] = out[1] = out[2] = grey;
-            out[3] = 65535;
-            out += 4;
-        }
-        ImportImagePixels(dodge, 0, 0, std::size_t(canvasWidth), std::size_t(canvasRows), "RGBA", ShortPixel,
-                          pixels.data());
-        Image* halved = ResizeImage(dodge, width, std::size_t(canvasRows / 2), dodge->filter, dodge->blur, exception);
-        DestroyImage(dodge);
-
-        const RectangleInfo band = {width, std::size_t(bottom - top), 0, top};
-        Image* blend = CropImage(picture, &band, exception);
-        if (blend)
-            SetImageProgressMonitor(blend, nullptr, nullptr);
-        Image* sketch = blend ? CloneImage(blend, 0, 0, MagickTrue, exception) : nullptr;
-        if (!halved || !blend || !sketch) {
-            for (Image* image : {halved, blend, sketch})
-                if (image)
-                    DestroyImage(image);
-            break;
-        }
-        blend->page = sketch->page = halved->page = RectangleInfo{0, 0, 0, 0};
-        CompositeImage(sketch, ColorDodgeCompositeOp, halved, 0, -(top - canvasTop / 2));
-        SetImageArtifact(blend, "compose:args", "20x80");
-        CompositeImage(sketch, BlendCompositeOp, blend, 0, 0);
-        pixels.resize(width * std::size_t(bottom - top) * 4);
-        ExportImagePixels(sketch, 0, 0, width, std::size_t(bottom - top), "RGBA", ShortPixel, pixels.data(),
-                          exception);
-        ImportImagePixels(picture, 0, top, width, std::size_t(bottom - top), "RGBA", ShortPixel, pixels.data());
-        DestroyImage(halved);
-        DestroyImage(blend);
-        DestroyImage(sketch);
     }
     DestroyExceptionInfo(exception);
 }

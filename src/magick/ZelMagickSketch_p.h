@@ -15,7 +15,7 @@ class ZelProgressSignalizer;
 // negates, halves the canvas and lays it over the picture with a colour dodge and a 20/80 blend.
 // The noise, the blur and the edge filter are computed here on 16-bit rows streamed through small
 // row rings (the edge filter with running sums: constant work a pixel whatever the radius); the
-// halving and both composites stay ImageMagick's, done band by band on images small enough for
+// halving and both composites stay ImageMagick's, done tile by tile on images small enough for
 // any resource policy.
 //
 // Progress goes to the signalizer under the step names "Blur" and "Composite"; a cancel (when

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <new>
 
 namespace {
 
@@ -405,7 +406,13 @@ void zelSketchWand(MagickWand* wand, double radius, double sigma, double angle, 
     // histogram the normalization needs.
     MotionBlur blur(canvasWidth, canvasHeight, taps, sigma, angle);
     NoiseRows noise(canvasWidth, blur.rowsSpanned() + 1);
-    std::vector<std::uint16_t> canvas(std::size_t(canvasWidth) * std::size_t(canvasHeight));
+    // Memory refused for the canvas leaves the picture quantized, as ImageMagick's refusal does.
+    std::vector<std::uint16_t> canvas;
+    try {
+        canvas.resize(std::size_t(canvasWidth) * std::size_t(canvasHeight));
+    } catch (const std::bad_alloc&) {
+        return;
+    }
     std::vector<double> histogram(65536, 0.0);
     // The canvas is a clone of the picture: it has an alpha channel whenever the picture has one.
     EdgeFilter edge(canvasWidth, canvasHeight, r, picture->matte != MagickFalse, [&](int y, const Row& row) {
@@ -426,7 +433,9 @@ void zelSketchWand(MagickWand* wand, double radius, double sigma, double angle, 
     histogram = std::vector<double>();
 
     // Halving and composites, ImageMagick's own, tile by tile.
-    SetImageStorageClass(picture, DirectClass);
+    // The picture keeps its palette class while its pixels are replaced: converting it would copy
+    // its pixel cache, to disk for a large photo under a strict policy. Its pixels are what is
+    // exported; the stale palette indexes are not read.
     ExceptionInfo* exception = AcquireExceptionInfo();
     Progress compositeProgress(signalizer, "Composite");
     std::vector<std::uint16_t> pixels;

@@ -392,8 +392,10 @@ void zelSketchWand(MagickWand* wand, double radius, double sigma, double angle, 
     const std::size_t width = picture->columns;
     const std::size_t height = picture->rows;
     // ImageMagick chooses the widths from sigma when the radius is 0, and refuses canvases beyond
-    // its side limits; both cases are left to ImageMagick itself.
-    if (!(radius > MagickEpsilon) || radius > 1000.0 || width > 1u << 28 || height > 1u << 28) {
+    // its side limits; both cases are left to ImageMagick itself. So is a picture without alpha,
+    // which the bridge never makes (it hands over "BGRA"): its edge filter and resize differ.
+    if (!(radius > MagickEpsilon) || radius > 1000.0 || width > 1u << 28 || height > 1u << 28
+        || picture->matte == MagickFalse) {
         MagickSketchImage(wand, radius, sigma, angle);
         return;
     }
@@ -414,8 +416,8 @@ void zelSketchWand(MagickWand* wand, double radius, double sigma, double angle, 
         return;
     }
     std::vector<double> histogram(65536, 0.0);
-    // The canvas is a clone of the picture: it has an alpha channel whenever the picture has one.
-    EdgeFilter edge(canvasWidth, canvasHeight, r, picture->matte != MagickFalse, [&](int y, const Row& row) {
+    // The canvas is a clone of the picture, with its alpha channel: the filter saturates.
+    EdgeFilter edge(canvasWidth, canvasHeight, r, true, [&](int y, const Row& row) {
         std::copy(row.begin(), row.end(), canvas.begin() + std::ptrdiff_t(y) * canvasWidth);
         for (std::uint16_t value : row)
             histogram[value] += 1.0;

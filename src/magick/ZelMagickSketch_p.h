@@ -20,14 +20,15 @@ class ZelProgressSignalizer;
 //
 // Progress goes to the signalizer under the step names "Blur" and "Composite"; a cancel (when
 // allowed) stops at the next report and leaves the wand's image unfinished, as a cancelled
-// ImageMagick operation does. A radius of 0 (ImageMagick then picks the width from sigma) goes
-// to MagickSketchImage itself.
+// ImageMagick operation does. A radius of 0 (ImageMagick then picks the widths from sigma) and a
+// picture without alpha go to MagickSketchImage itself.
 void zelSketchWand(MagickWand* wand, double radius, double sigma, double angle, ZelProgressSignalizer* signalizer);
 
 // ImageMagick's edge filter on a 16-bit grey image: every pixel becomes (2r + 1)^2 times itself
 // minus the sum of the (2r + 1) x (2r + 1) square around it (edge pixels repeated outside),
 // clamped to 0 ... 65535. Computed with running sums. Saturating, as ImageMagick computes it for
-// an image with alpha: every positive response becomes 65535.
+// an image with alpha (the sketch's case): every positive response becomes 65535; not saturating,
+// the full response, which shows every error in the sums.
 std::vector<std::uint16_t> zelSketchEdge(const std::vector<std::uint16_t>& pixels, int width, int height, int r,
                                          bool saturating);
 

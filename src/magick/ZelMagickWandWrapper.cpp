@@ -1,5 +1,7 @@
 #include "ZelMagickWandWrapper_p.h"
 
+#include "ZelMagickSketch_p.h"
+
 #include "ZelProgressSignalizer.h"
 
 #include <QDebug>
@@ -40,16 +42,6 @@ void ensureMagickStarted()
     Q_UNUSED(started);
 }
 
-ZelSketchResourceLimits magickResourceLimits()
-{
-    ZelSketchResourceLimits limits;
-    limits.bytes = double(MagickGetResourceLimit(MemoryResource)) + double(MagickGetResourceLimit(MapResource));
-    limits.area = double(MagickGetResourceLimit(AreaResource));
-    limits.width = double(MagickGetResourceLimit(WidthResource));
-    limits.height = double(MagickGetResourceLimit(HeightResource));
-    return limits;
-}
-
 // Whether ImageMagick can hold the picture at all. Refused the image by its width, height or area
 // limit, or by its memory, map and disk limits together, ImageMagick 6's ConstituteImage fails an
 // assertion (it aborts the process) instead of failing the call; such a picture gets a wand
@@ -63,82 +55,11 @@ bool magickCanHold(const QSize& size)
         && width * height <= double(MagickGetResourceLimit(AreaResource)) && width * height * sizeof(PixelPacket) <= bytes;
 }
 
-// Each tile, widened by the overlap, is sketched on its own copy of the quantized picture and
-// copied back without its overlap, so that no tile reads pixels an earlier tile has drawn.
-void sketchInTiles(MagickWand* wand, const ZelSketchTiling& tiling, double radius, double sigma, double angle,
-                   const ZelProgressSignalizer* signalizer)
-{
-    MagickWand* quantized = CloneMagickWand(wand);
-    const QRect bounds(0, 0, int(MagickGetImageWidth(wand)), int(MagickGetImageHeight(wand)));
-    for (const QRect& tile : tiling.tiles) {
-        const QRect widened = tile.adjusted(-tiling.overlap, -tiling.overlap, tiling.overlap, tiling.overlap) & bounds;
-        MagickWand* part = MagickGetImageRegion(quantized, size_t(widened.width()), size_t(widened.height()),
-                                                widened.x(), widened.y());
-        if (!part)
-            break;
-        MagickSketchImage(part, radius, sigma, angle);
-        MagickResetImagePage(part, nullptr); // crop offsets count from the part, not from the picture
-        MagickCropImage(part, size_t(tile.width()), size_t(tile.height()), tile.x() - widened.x(),
-                        tile.y() - widened.y());
-        MagickCompositeImage(wand, part, CopyCompositeOp, tile.x(), tile.y());
-        DestroyMagickWand(part);
-        if (signalizer && signalizer->cancelled())
-            break;
-    }
-    DestroyMagickWand(quantized);
-}
-
 } // namespace
 
 quint64 zelMagickWandsCreated()
 {
     return gWandsCreated.load(std::memory_order_relaxed);
-}
-
-ZelSketchTiling zelSketchTiling(const QSize& size, double radius, const ZelSketchResourceLimits& limits)
-{
-    // ImageMagick sketches on a noise canvas of twice the width and height, blurred and edge-filtered
-    // at that size; the quantized picture (with its index channel) and its copy stay alive meanwhile.
-    constexpr double kCanvasBytesPerPixel = 128.0;
-    constexpr double kPictureBytesPerPixel = 10.0;
-    constexpr int kMinimumTileSide = 16;
-
-    ZelSketchTiling tiling;
-    if (size.isEmpty())
-        return tiling;
-    const double w = size.width();
-    const double h = size.height();
-    const bool fitsWhole = 2 * w <= limits.width && 2 * h <= limits.height && 4 * w * h <= limits.area
-        && (kPictureBytesPerPixel + kCanvasBytesPerPixel) * w * h <= limits.bytes;
-    if (fitsWhole) {
-        tiling.tiles.append(QRect(QPoint(0, 0), size));
-        return tiling;
-    }
-
-    // The motion blur reaches radius source pixels along its angle, the edge filter half as far.
-    tiling.overlap = int(std::ceil(1.5 * qBound(0.0, radius, 1000.0))) + 2;
-    const double overlaps = 2.0 * tiling.overlap;
-    const double bytesLeft = limits.bytes - 2 * kPictureBytesPerPixel * w * h;
-    const double maxArea = std::max(std::min(bytesLeft / kCanvasBytesPerPixel, limits.area / 4),
-                                    double(kMinimumTileSide * kMinimumTileSide) * 64);
-    const double maxWidth = std::max(limits.width / 2 - overlaps, double(kMinimumTileSide));
-    const double maxHeight = std::max(limits.height / 2 - overlaps, double(kMinimumTileSide));
-    const double tileWidth = std::min(w, maxWidth);
-    const double tileHeight = std::max(std::min({h, maxHeight, maxArea / (tileWidth + overlaps) - overlaps}),
-                                       double(kMinimumTileSide));
-
-    const int columns = int(std::ceil(w / tileWidth));
-    const int rows = int(std::ceil(h / tileHeight));
-    for (int row = 0; row < rows; ++row) {
-        const int top = int(qint64(size.height()) * row / rows);
-        const int bottom = int(qint64(size.height()) * (row + 1) / rows);
-        for (int column = 0; column < columns; ++column) {
-            const int left = int(qint64(size.width()) * column / columns);
-            const int right = int(qint64(size.width()) * (column + 1) / columns);
-            tiling.tiles.append(QRect(left, top, right - left, bottom - top));
-        }
-    }
-    return tiling;
 }
 
 MagickBooleanType TessaroonMagickProgressMonitor(const char* text, const MagickOffsetType offset,
@@ -238,11 +159,7 @@ QImage ZelMagickWandWrapper::sketch(const QImage& image, double radius, double s
 {
     MagickWand* wand = createWand(image);
     MagickQuantizeImages(wand, 256, GRAYColorspace, 0, MagickTrue, MagickFalse);
-    const ZelSketchTiling tiling = zelSketchTiling(image.size(), radius, magickResourceLimits());
-    if (tiling.tiles.size() <= 1)
-        MagickSketchImage(wand, radius, sigma, angle);
-    else
-        sketchInTiles(wand, tiling, radius, sigma, angle, mySignalizer);
+    zelSketchWand(wand, radius, sigma, angle, mySignalizer);
     return getImageFromWand(wand);
 }
 

@@ -3,11 +3,11 @@
 
 #include "ZelImageProcessor.h"
 
-// "Strichzeichnung": the picture reduced to 256 greys and drawn by ImageMagick's sketch (radius
-// 20, sigma 20, strokes at 120 degrees). The sketch draws on noise of twice the width and height;
-// where ImageMagick's resources do not hold it (Debian's policy: a 24-megapixel photo) it refuses
-// the sketch and the 256-grey picture comes back. A cancel during the computation, a null or
-// empty source give a null image.
+// "Strichzeichnung": the picture reduced to 256 greys and drawn as ImageMagick's sketch draws it
+// (radius 20, sigma 20, strokes at 120 degrees), on noise of twice the width and height; the
+// bridge computes the costly steps itself, so that photos of any size are sketched in seconds.
+// Previews of large photos sample the photo at four times the preview's size before smoothing it
+// down. A cancel during the computation, a null or empty source give a null image.
 class ZelImageProcessorSketch : public ZelImageProcessor
 {
     Q_OBJECT

@@ -3,6 +3,7 @@
 #include "ZelImageProcessorFlipHorizontal.h"
 #include "ZelImageProcessorFlipVertical.h"
 
+#include <QColorSpace>
 #include <QPainter>
 #include <QSignalSpy>
 #include <QtTest>
@@ -73,6 +74,7 @@ private slots:
                 reinterpret_cast<QRgb*>(source.scanLine(y))[x] = qRgba(200 - 30 * x, 40 * y, 77, 60 + 40 * x + y);
         source.setText("Author", "Z");
         source.setOffset(QPoint(2, 3));
+        source.setColorSpace(QColorSpace::SRgbLinear);
         const QImage flipped = horizontal ? ZelImageProcessorFlipHorizontal(source).result()
                                           : ZelImageProcessorFlipVertical(source).result();
         const QImage qt = source.transformed(QTransform(horizontal ? 1 : -1, 0, 0, horizontal ? -1 : 1, 0, 0),
@@ -80,6 +82,7 @@ private slots:
         QCOMPARE(flipped.format(), qt.format());
         QCOMPARE(flipped.text(), qt.text());
         QCOMPARE(flipped.offset(), qt.offset());
+        QCOMPARE(flipped.colorSpace(), qt.colorSpace());
         for (int y = 0; y < 3; ++y)
             for (int x = 0; x < 5; ++x)
                 QCOMPARE(reinterpret_cast<const QRgb*>(flipped.constScanLine(y))[x],

@@ -6,6 +6,7 @@
 #include "ZelImageAllocation_p.h"
 
 #include <QColor>
+#include <QColorSpace>
 #include <QMatrix>
 #include <QtTest>
 
@@ -470,7 +471,7 @@ private slots:
     void largeImageAllocations_data()
     {
         QTest::addColumn<int>("from");
-        QTest::addColumn<int>("to"); // -1: zelCopyImage
+        QTest::addColumn<int>("to"); // -1: zelCopyImage, -2: its section (1, 2, 1500, 1400)
         QTest::addColumn<QSize>("size"); // 8 MB of source (copies) or of words (conversions)
         const QSize words(1501, 1400);
         QTest::newRow("copy ARGB32") << int(QImage::Format_ARGB32) << -1 << words;
@@ -480,6 +481,7 @@ private slots:
         QTest::newRow("mono to ARGB32") << int(QImage::Format_Mono) << int(QImage::Format_ARGB32) << words;
         QTest::newRow("ARGB32 to premultiplied") << int(QImage::Format_ARGB32)
                                                  << int(QImage::Format_ARGB32_Premultiplied) << words;
+        QTest::newRow("section of ARGB32") << int(QImage::Format_ARGB32) << -2 << QSize(1601, 1450);
     }
     // Images of several megabytes go to the library's own allocation, band by band through Qt's
     // converter: the pixels, colour table and metadata stay those of copy() and convertToFormat().
@@ -508,14 +510,19 @@ private slots:
         source.setText("Author", "Z");
         source.setDotsPerMeterX(1234);
         source.setOffset(QPoint(5, 6));
-        const QImage actual = to < 0 ? zelCopyImage(source) : zelConvertImage(source, QImage::Format(to));
-        const QImage expected = to < 0 ? source.copy() : source.convertToFormat(QImage::Format(to));
+        source.setColorSpace(QColorSpace::DisplayP3);
+        const QRect section = to == -2 ? QRect(1, 2, 1500, 1400) : QRect();
+        const QImage actual = to == -2 ? zelCopyImage(source, section)
+            : to < 0                   ? zelCopyImage(source)
+                                       : zelConvertImage(source, QImage::Format(to));
+        const QImage expected = to < 0 ? source.copy(section) : source.convertToFormat(QImage::Format(to));
         QVERIFY(actual.constBits() != source.constBits());
         QCOMPARE(actual.format(), expected.format());
         QCOMPARE(actual.colorTable(), expected.colorTable());
         QCOMPARE(actual.text(), expected.text());
         QCOMPARE(actual.dotsPerMeterX(), expected.dotsPerMeterX());
         QCOMPARE(actual.offset(), expected.offset());
+        QCOMPARE(actual.colorSpace(), expected.colorSpace());
         const int rowBytes = (expected.width() * expected.depth() + 7) / 8;
         for (int y = 0; y < expected.height(); ++y)
             QVERIFY2(std::memcmp(actual.constScanLine(y), expected.constScanLine(y), size_t(rowBytes)) == 0,

@@ -1,5 +1,6 @@
 #include "ZelImageAllocation_p.h"
 
+#include <QColorSpace>
 #include <QStringList>
 
 #include <algorithm>
@@ -35,6 +36,7 @@ void copyMetadata(QImage* target, const QImage& source)
     target->setDotsPerMeterY(source.dotsPerMeterY());
     target->setOffset(source.offset());
     target->setDevicePixelRatio(source.devicePixelRatio());
+    target->setColorSpace(source.colorSpace());
     const QStringList keys = source.textKeys();
     for (const QString& key : keys)
         target->setText(key, source.text(key));
@@ -91,6 +93,25 @@ QImage zelCopyImage(const QImage& image)
     const size_t rowBytes = size_t(std::min(image.bytesPerLine(), copy.bytesPerLine()));
     for (int y = 0; y < image.height(); ++y)
         std::memcpy(copy.scanLine(y), image.constScanLine(y), rowBytes);
+    return copy;
+}
+
+QImage zelCopyImage(const QImage& image, const QRect& rect)
+{
+    if (rect == image.rect())
+        return zelCopyImage(image);
+    if (image.isNull() || image.depth() < 8 || !image.rect().contains(rect, false) || rect.isEmpty()
+        || qint64(rect.width()) * rect.height() * image.depth() / 8 < kLargeImageBytes)
+        return image.copy(rect);
+    QImage copy = zelNewImage(rect.size(), image.format());
+    if (copy.isNull())
+        return copy;
+    copy.setColorTable(image.colorTable());
+    copyMetadata(&copy, image);
+    const int bytesPerPixel = image.depth() / 8;
+    const size_t rowBytes = size_t(rect.width()) * size_t(bytesPerPixel);
+    for (int y = 0; y < rect.height(); ++y)
+        std::memcpy(copy.scanLine(y), image.constScanLine(rect.top() + y) + rect.left() * bytesPerPixel, rowBytes);
     return copy;
 }
 

@@ -21,6 +21,9 @@ QImage zelBlankLike(const QImage& image);
 // Also what writing to a shared image would detach to.
 QImage zelCopyImage(const QImage& image);
 
+// image.copy(rect), likewise; sections reaching outside the image are left to Qt.
+QImage zelCopyImage(const QImage& image, const QRect& rect);
+
 // image.convertToFormat(format) with the default flags, pixel for pixel. The same format gives
 // image back shared, as Qt does. Conversions to the 32-bit pixel word formats go band by band
 // through Qt's own converter into a new image from zelNewImage; other targets (palettes,

@@ -3,6 +3,7 @@
 
 #include "ZelImageAllocation_p.h"
 
+#include <QColorSpace>
 #include <QImage>
 #include <QStringList>
 
@@ -56,6 +57,7 @@ inline QImage zelMirroredWords(const QImage& image, bool upsideDown)
     mirrored.setDotsPerMeterX(image.dotsPerMeterX());
     mirrored.setDotsPerMeterY(image.dotsPerMeterY());
     mirrored.setDevicePixelRatio(image.devicePixelRatio());
+    mirrored.setColorSpace(image.colorSpace());
     const QStringList keys = image.textKeys();
     for (const QString& key : keys)
         mirrored.setText(key, image.text(key));

@@ -471,7 +471,7 @@ private slots:
     void largeImageAllocations_data()
     {
         QTest::addColumn<int>("from");
-        QTest::addColumn<int>("to"); // -1: zelCopyImage, -2: its section (1, 2, 1500, 1400)
+        QTest::addColumn<int>("to"); // -1: zelCopyImage, -2: its section (1, 2, 1500, 1400), -3: (7, 7, 0, 0)
         QTest::addColumn<QSize>("size"); // 8 MB of source (copies) or of words (conversions)
         const QSize words(1501, 1400);
         QTest::newRow("copy ARGB32") << int(QImage::Format_ARGB32) << -1 << words;
@@ -482,6 +482,7 @@ private slots:
         QTest::newRow("ARGB32 to premultiplied") << int(QImage::Format_ARGB32)
                                                  << int(QImage::Format_ARGB32_Premultiplied) << words;
         QTest::newRow("section of ARGB32") << int(QImage::Format_ARGB32) << -2 << QSize(1601, 1450);
+        QTest::newRow("null section of ARGB32") << int(QImage::Format_ARGB32) << -3 << words;
     }
     // Images of several megabytes go to the library's own allocation, band by band through Qt's
     // converter: the pixels, colour table and metadata stay those of copy() and convertToFormat().
@@ -511,8 +512,8 @@ private slots:
         source.setDotsPerMeterX(1234);
         source.setOffset(QPoint(5, 6));
         source.setColorSpace(QColorSpace::DisplayP3);
-        const QRect section = to == -2 ? QRect(1, 2, 1500, 1400) : QRect();
-        const QImage actual = to == -2 ? zelCopyImage(source, section)
+        const QRect section = to == -2 ? QRect(1, 2, 1500, 1400) : to == -3 ? QRect(7, 7, 0, 0) : QRect();
+        const QImage actual = to <= -2 ? zelCopyImage(source, section)
             : to < 0                   ? zelCopyImage(source)
                                        : zelConvertImage(source, QImage::Format(to));
         const QImage expected = to < 0 ? source.copy(section) : source.convertToFormat(QImage::Format(to));

@@ -98,7 +98,8 @@ QImage zelCopyImage(const QImage& image)
 
 QImage zelCopyImage(const QImage& image, const QRect& rect)
 {
-    if (rect == image.rect())
+    // Qt copies the whole image for any rectangle without width and height.
+    if (rect.isNull() || rect == image.rect())
         return zelCopyImage(image);
     if (image.isNull() || image.depth() < 8 || !image.rect().contains(rect, false) || rect.isEmpty()
         || qint64(rect.width()) * rect.height() * image.depth() / 8 < kLargeImageBytes)

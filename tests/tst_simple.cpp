@@ -3,6 +3,7 @@
 #include "ZelImageProcessorFlipHorizontal.h"
 #include "ZelImageProcessorFlipVertical.h"
 
+#include <QColorSpace>
 #include <QPainter>
 #include <QSignalSpy>
 #include <QtTest>
@@ -50,6 +51,42 @@ private slots:
             for (int x = 0; x < size.width(); ++x)
                 QCOMPARE(flipped.pixel(x, y), source.pixel(horizontal ? x : size.width() - 1 - x,
                                                            horizontal ? size.height() - 1 - y : y));
+    }
+
+    void flipKeepsQtsWords_data()
+    {
+        QTest::addColumn<bool>("horizontal");
+        QTest::addColumn<int>("format");
+        QTest::newRow("horizontal ARGB32") << true << int(QImage::Format_ARGB32);
+        QTest::newRow("vertical ARGB32") << false << int(QImage::Format_ARGB32);
+        QTest::newRow("vertical RGB32") << false << int(QImage::Format_RGB32);
+        QTest::newRow("horizontal premultiplied") << true << int(QImage::Format_ARGB32_Premultiplied);
+    }
+    // The flips mirror pixel words themselves; the words, the format (ARGB32 comes back
+    // premultiplied) and the metadata stay those of Qt's transformed().
+    void flipKeepsQtsWords()
+    {
+        QFETCH(bool, horizontal);
+        QFETCH(int, format);
+        QImage source(5, 3, QImage::Format(format));
+        for (int y = 0; y < 3; ++y)
+            for (int x = 0; x < 5; ++x)
+                reinterpret_cast<QRgb*>(source.scanLine(y))[x] = qRgba(200 - 30 * x, 40 * y, 77, 60 + 40 * x + y);
+        source.setText("Author", "Z");
+        source.setOffset(QPoint(2, 3));
+        source.setColorSpace(QColorSpace::SRgbLinear);
+        const QImage flipped = horizontal ? ZelImageProcessorFlipHorizontal(source).result()
+                                          : ZelImageProcessorFlipVertical(source).result();
+        const QImage qt = source.transformed(QTransform(horizontal ? 1 : -1, 0, 0, horizontal ? -1 : 1, 0, 0),
+                                             Qt::SmoothTransformation);
+        QCOMPARE(flipped.format(), qt.format());
+        QCOMPARE(flipped.text(), qt.text());
+        QCOMPARE(flipped.offset(), qt.offset());
+        QCOMPARE(flipped.colorSpace(), qt.colorSpace());
+        for (int y = 0; y < 3; ++y)
+            for (int x = 0; x < 5; ++x)
+                QCOMPARE(reinterpret_cast<const QRgb*>(flipped.constScanLine(y))[x],
+                         reinterpret_cast<const QRgb*>(qt.constScanLine(y))[x]);
     }
 
     void grayscaleLevels()

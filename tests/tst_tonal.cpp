@@ -1,9 +1,10 @@
 #include "ZelEffectTestSupport.h"
-#include "ZelHsv_p.h"
+#include "ZelHsvBatch_p.h"
 #include "ZelImageProcessorCombine.h"
 #include "ZelImageProcessorContrastStretch.h"
 #include "ZelImageProcessorTint.h"
 
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -214,11 +215,15 @@ private slots:
         QTest::addColumn<bool>("tint");
         QTest::addColumn<int>("a"); // hue or black point
         QTest::addColumn<int>("b"); // saturation in percent or white point
-        for (int hue : {0, 59, 60, 119, 200, 359, 725, -1})
-            for (int saturation : {100, 37})
-                QTest::addRow("Tint %d %d", hue, saturation) << true << hue << saturation;
-        QTest::newRow("ContrastStretch: only the HSV round trip") << false << 0 << 255;
-        QTest::newRow("ContrastStretch 20 ... 230") << false << 20 << 230;
+        QTest::addColumn<bool>("vectors"); // the AVX2 pixel loops where the processor has them
+        for (bool vectors : {false, true}) {
+            const char* path = vectors ? "avx2" : "scalar";
+            for (int hue : {0, 59, 60, 119, 200, 359, 725, -1})
+                for (int saturation : {100, 37})
+                    QTest::addRow("Tint %d %d %s", hue, saturation, path) << true << hue << saturation << vectors;
+            QTest::addRow("ContrastStretch: only the HSV round trip %s", path) << false << 0 << 255 << vectors;
+            QTest::addRow("ContrastStretch 20 ... 230 %s", path) << false << 20 << 230 << vectors;
+        }
     }
     // The lookup tables against QColor per pixel, over varied colours and hues at sector edges. ContrastStretch gets
     // 50 pixels at each end of [a, b], so that those are its 1 % points.
@@ -227,6 +232,11 @@ private slots:
         QFETCH(bool, tint);
         QFETCH(int, a);
         QFETCH(int, b);
+        QFETCH(bool, vectors);
+        zelSetBatchAvx2Allowed(vectors);
+        const auto restore = qScopeGuard([] { zelSetBatchAvx2Allowed(true); });
+        if (vectors && !zelBatchUsesAvx2())
+            QSKIP("no AVX2 on this processor");
         QImage source(64, 64, QImage::Format_ARGB32);
         for (int i = 0; i < 4096; ++i)
             source.setPixel(i % 64, i / 64, tint ? variedColour(i, 0, 255) : i < 50 ? qRgb(a, a, a)

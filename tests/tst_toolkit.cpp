@@ -3,14 +3,17 @@
 #include "ZelEditImageManipulator.h"
 #include "ZelEditImageManipulator_p.h"
 #include "ZelHsvBatch_p.h"
+#include "ZelImageAllocation_p.h"
 
 #include <QColor>
+#include <QColorSpace>
 #include <QMatrix>
 #include <QtTest>
 
 #include <atomic>
 #include <climits>
 #include <cmath>
+#include <cstring>
 #include <random>
 #include <thread>
 #include <vector>
@@ -463,6 +466,68 @@ private slots:
         Manipulator::convertAlphamask2ShadowImage(&rgb, 0.5);
         QCOMPARE(argb.pixel(0, 0), 0xFF102030u);
         QCOMPARE(rgb.pixel(0, 0), 0xFF102030u);
+    }
+
+    void largeImageAllocations_data()
+    {
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("to"); // -1: zelCopyImage, -2: its section (1, 2, 1500, 1400), -3: (7, 7, 0, 0)
+        QTest::addColumn<QSize>("size"); // 8 MB of source (copies) or of words (conversions)
+        const QSize words(1501, 1400);
+        QTest::newRow("copy ARGB32") << int(QImage::Format_ARGB32) << -1 << words;
+        QTest::newRow("copy indexed") << int(QImage::Format_Indexed8) << -1 << QSize(2901, 2900);
+        QTest::newRow("RGB888 to RGB32") << int(QImage::Format_RGB888) << int(QImage::Format_RGB32) << words;
+        QTest::newRow("indexed to ARGB32") << int(QImage::Format_Indexed8) << int(QImage::Format_ARGB32) << words;
+        QTest::newRow("mono to ARGB32") << int(QImage::Format_Mono) << int(QImage::Format_ARGB32) << words;
+        QTest::newRow("ARGB32 to premultiplied") << int(QImage::Format_ARGB32)
+                                                 << int(QImage::Format_ARGB32_Premultiplied) << words;
+        QTest::newRow("section of ARGB32") << int(QImage::Format_ARGB32) << -2 << QSize(1601, 1450);
+        QTest::newRow("null section of ARGB32") << int(QImage::Format_ARGB32) << -3 << words;
+    }
+    // Images of several megabytes go to the library's own allocation, band by band through Qt's
+    // converter: the pixels, colour table and metadata stay those of copy() and convertToFormat().
+    void largeImageAllocations()
+    {
+        QFETCH(int, from);
+        QFETCH(int, to);
+        QFETCH(QSize, size);
+        QImage source(size, from == QImage::Format_Indexed8 ? QImage::Format_Indexed8 : QImage::Format_ARGB32);
+        QVector<QRgb> colours;
+        for (int i = 0; i < 256; ++i)
+            colours.append(qRgba(i, 255 - i, i * 7, i ^ 0x5A));
+        if (source.depth() == 8)
+            source.setColorTable(colours);
+        for (int y = 0; y < source.height(); ++y) {
+            uchar* bytes = source.scanLine(y);
+            QRgb* line = reinterpret_cast<QRgb*>(bytes);
+            for (int x = 0; x < source.width(); ++x) {
+                if (source.depth() == 8)
+                    bytes[x] = uchar(x * 3 + y);
+                else
+                    line[x] = qRgba(x & 0xFF, y & 0xFF, (x * y) & 0xFF, (x + 3 * y) & 0xFF);
+            }
+        }
+        source = source.convertToFormat(QImage::Format(from));
+        source.setText("Author", "Z");
+        source.setDotsPerMeterX(1234);
+        source.setOffset(QPoint(5, 6));
+        source.setColorSpace(QColorSpace::DisplayP3);
+        const QRect section = to == -2 ? QRect(1, 2, 1500, 1400) : to == -3 ? QRect(7, 7, 0, 0) : QRect();
+        const QImage actual = to <= -2 ? zelCopyImage(source, section)
+            : to < 0                   ? zelCopyImage(source)
+                                       : zelConvertImage(source, QImage::Format(to));
+        const QImage expected = to < 0 ? source.copy(section) : source.convertToFormat(QImage::Format(to));
+        QVERIFY(actual.constBits() != source.constBits());
+        QCOMPARE(actual.format(), expected.format());
+        QCOMPARE(actual.colorTable(), expected.colorTable());
+        QCOMPARE(actual.text(), expected.text());
+        QCOMPARE(actual.dotsPerMeterX(), expected.dotsPerMeterX());
+        QCOMPARE(actual.offset(), expected.offset());
+        QCOMPARE(actual.colorSpace(), expected.colorSpace());
+        const int rowBytes = (expected.width() * expected.depth() + 7) / 8;
+        for (int y = 0; y < expected.height(); ++y)
+            QVERIFY2(std::memcmp(actual.constScanLine(y), expected.constScanLine(y), size_t(rowBytes)) == 0,
+                     qPrintable(QString("row %1").arg(y)));
     }
 };
 

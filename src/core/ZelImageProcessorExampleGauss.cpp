@@ -124,7 +124,7 @@ void ZelImageProcessorExampleGaussImpl::constructFilter(double sigma, int radius
 QImage ZelImageProcessorExampleGaussImpl::applyFilterAlongXDirection(const QImage& image, const double& norm,
                                                                      const QVector<int>& kernel)
 {
-    QImage filtered(image.size(), image.format());
+    QImage filtered = zelNewImage(image.size(), image.format());
     if (filtered.isNull())
         return image;
     const FilterLine filter(kernel, norm);
@@ -140,7 +140,7 @@ QImage ZelImageProcessorExampleGaussImpl::applyFilterAlongXDirection(const QImag
 QImage ZelImageProcessorExampleGaussImpl::applyFilterAlongYDirection(const QImage& image, const double& norm,
                                                                      const QVector<int>& kernel)
 {
-    QImage filtered(image.size(), image.format());
+    QImage filtered = zelNewImage(image.size(), image.format());
     if (filtered.isNull())
         return image;
     const FilterLine filter(kernel, norm);

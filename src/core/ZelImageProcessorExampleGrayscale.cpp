@@ -1,4 +1,5 @@
 #include "ZelImageProcessorExampleGrayscale.h"
+#include "ZelImageAllocation_p.h"
 #include "ZelImageProcessorImpl_p.h"
 
 #include <QThread>
@@ -43,9 +44,10 @@ QImage ZelImageProcessorExampleGrayscaleImpl::result()
     if (source.isGrayscale() || source.allGray())
         return source;
 
-    QImage gray = source.convertToFormat(QImage::Format_RGB32);
-    // bits() detaches a source that already was RGB32; null when that copy cannot be allocated.
-    if (gray.isNull() || !gray.bits())
+    // A copy of its own: the loop below writes into it.
+    QImage gray = source.format() == QImage::Format_RGB32 ? zelCopyImage(source)
+                                                         : zelConvertImage(source, QImage::Format_RGB32);
+    if (gray.isNull())
         return source;
     const int width = gray.width();
     const int height = gray.height();

@@ -1,5 +1,6 @@
 #include "ZelImageProcessorFlipHorizontal.h"
 #include "ZelImageProcessorImpl_p.h"
+#include "ZelPixelWords_p.h"
 
 #include <QMatrix>
 
@@ -17,7 +18,11 @@ public slots:
     {
         connectProgressSignalizer();
         // y is negated: the mirror axis is horizontal.
-        const QImage flipped = sourceImage().transformed(QMatrix(1, 0, 0, -1, 0, 0), Qt::SmoothTransformation);
+        const QImage source = sourceImage();
+        // Pixel words are mirrored by the library itself, onto its own allocation.
+        QImage flipped = zelMirroredWords(source, true);
+        if (flipped.isNull())
+            flipped = source.transformed(QMatrix(1, 0, 0, -1, 0, 0), Qt::SmoothTransformation);
         disconnectProgressSignalizer();
         emit finished(false);
         return flipped;

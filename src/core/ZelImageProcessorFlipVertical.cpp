@@ -1,5 +1,6 @@
 #include "ZelImageProcessorFlipVertical.h"
 #include "ZelImageProcessorImpl_p.h"
+#include "ZelPixelWords_p.h"
 
 #include <QMatrix>
 
@@ -17,7 +18,11 @@ public slots:
     {
         connectProgressSignalizer();
         // x is negated: the mirror axis is vertical.
-        const QImage flipped = sourceImage().transformed(QMatrix(-1, 0, 0, 1, 0, 0), Qt::SmoothTransformation);
+        const QImage source = sourceImage();
+        // Pixel words are mirrored by the library itself, onto its own allocation.
+        QImage flipped = zelMirroredWords(source, false);
+        if (flipped.isNull())
+            flipped = source.transformed(QMatrix(-1, 0, 0, 1, 0, 0), Qt::SmoothTransformation);
         disconnectProgressSignalizer();
         emit finished(false);
         return flipped;

@@ -1,4 +1,5 @@
 #include "ZelImageProcessorCompare.h"
+#include "ZelImageAllocation_p.h"
 #include "ZelImageProcessorImpl_p.h"
 
 #include <QDebug>
@@ -9,9 +10,11 @@ namespace {
 // and alpha-only formats cannot).
 QImage redPicture(const QImage& source)
 {
+    // Every pixel is overwritten: a blank image with the source's colour table and metadata
+    // stands in for a copy.
     QImage red = source.pixelFormat().colorModel() == QPixelFormat::RGB
-        ? source.copy()
-        : source.convertToFormat(source.hasAlphaChannel() ? QImage::Format_ARGB32 : QImage::Format_RGB32);
+        ? zelBlankLike(source)
+        : zelConvertImage(source, source.hasAlphaChannel() ? QImage::Format_ARGB32 : QImage::Format_RGB32);
     red.fill(Qt::red);
     return red;
 }

@@ -111,8 +111,8 @@ QImage ZelImageProcessorIllusionImpl::result()
     myHalfWedgeAngle = kPi / sectionCount();
 
     const QImage converted = zelToPixelWords(source);
-    QImage image = converted;
-    // Writing detaches the shared copy; the source stays intact.
+    // A copy of its own to write: the source stays intact.
+    QImage image = converted.isNull() ? QImage() : zelCopyImage(converted);
     QRgb* const bits = image.isNull() ? nullptr : reinterpret_cast<QRgb*>(image.bits());
     if (!bits) {
         emit finished(true);

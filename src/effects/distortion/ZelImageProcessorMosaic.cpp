@@ -18,12 +18,10 @@ int blockSpan(int blockSize, int width, int height)
 }
 
 // A top row of blocks: each block takes its own top-left pixel with alpha 255.
-void fillTopRow(QRgb* line, int width, int span)
+void fillTopRow(const QRgb* in, QRgb* out, int width, int span)
 {
-    for (int left = 0; left < width; left += span) {
-        const QRgb colour = line[left] | 0xFF000000u;
-        std::fill(line + left, line + std::min(left + span, width), colour);
-    }
+    for (int left = 0; left < width; left += span)
+        std::fill(out + left, out + std::min(left + span, width), in[left] | 0xFF000000u);
 }
 
 } // namespace
@@ -84,23 +82,24 @@ QImage ZelImageProcessorMosaicImpl::result()
         emit finished(true);
         return source;
     }
-    QImage image = zelToPixelWords(source);
-    QRgb* const bits = image.isNull() ? nullptr : reinterpret_cast<QRgb*>(image.bits());
-    if (!bits) {
+    const QImage words = zelToPixelWords(source);
+    QImage image = words.isNull() ? QImage() : zelBlankLike(words);
+    if (image.isNull()) {
         emit finished(true);
         return QImage();
     }
+    QRgb* const bits = reinterpret_cast<QRgb*>(image.bits());
     const int width = image.width();
     const int height = image.height();
     const qsizetype stride = image.bytesPerLine() / qsizetype(sizeof(QRgb));
     const int span = blockSpan(myBlockSizeInPixels, width, height);
     for (int y = 0; y < height; ++y) {
-        // Each pixel samples its block's top-left pixel from the image being written; that pixel
-        // is written first and maps to itself, so every row of a block repeats its top row.
+        // Each pixel takes its block's top-left pixel, which maps to itself, so every row of a
+        // block repeats its top row: only the top rows read the source.
         QRgb* const line = bits + y * stride;
         const int top = y - y % span;
         if (top == y)
-            fillTopRow(line, width, span);
+            fillTopRow(reinterpret_cast<const QRgb*>(words.constScanLine(y)), line, width, span);
         else
             std::memcpy(line, bits + top * stride, size_t(width) * sizeof(QRgb));
         emit progress(QStringLiteral("Blöcke"), QString(), y, height - 1);

@@ -232,8 +232,8 @@ QImage ZelImageProcessorRippleImpl::result()
     updateAmplitude();
     updateWavelength();
     const QImage source = sourceImage();
-    QImage image = zelToPixelWords(source);
-    // Writing detaches the shared copy; the source stays intact.
+    // A copy of its own to write: the source stays intact.
+    QImage image = zelWritablePixelWords(source);
     QRgb* const bits = image.isNull() ? nullptr : reinterpret_cast<QRgb*>(image.bits());
     if (!bits) {
         emit finished(true);

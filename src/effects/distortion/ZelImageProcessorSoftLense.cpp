@@ -1,4 +1,5 @@
 #include "ZelImageProcessorSoftLense.h"
+#include "ZelImageAllocation_p.h"
 #include "ZelImageProcessorImpl_p.h"
 #include "ZelPixelMath_p.h"
 
@@ -33,8 +34,8 @@ QImage radialMask(const QSize& size)
 QImage paintableCopy(const QImage& source)
 {
     if (source.format() != QImage::Format_Indexed8)
-        return source.copy();
-    return source.convertToFormat(source.hasAlphaChannel() ? QImage::Format_ARGB32 : QImage::Format_RGB32);
+        return zelCopyImage(source);
+    return zelConvertImage(source, source.hasAlphaChannel() ? QImage::Format_ARGB32 : QImage::Format_RGB32);
 }
 
 } // namespace

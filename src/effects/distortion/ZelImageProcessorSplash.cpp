@@ -66,7 +66,7 @@ QImage ZelImageProcessorSplashImpl::applySplash(const QImage& source, int densit
     if (density == 0)
         return source;
     const QImage words = zelToPixelWords(source);
-    QImage out = words.copy();
+    QImage out = words.isNull() ? QImage() : zelCopyImage(words);
     if (out.isNull()) {
         emit finished(true);
         return QImage();

@@ -30,7 +30,7 @@ public:
         }
     }
 
-    void processRow(QRgb* line, int y) const
+    void processRow(const QRgb* in, QRgb* line, int y) const
     {
         const bool secondRow = (y - 1) % myCellSize == 0;
         const bool secondLastRow = (y + 2) % myCellSize == 0;
@@ -40,16 +40,16 @@ public:
             const int rowShift = secondRow ? -myDepth : myDepth;
             for (int x = 0; x < width; ++x) {
                 const int shift = myColumns[x] & kInner ? rowShift : innerRow ? columnShift(myColumns[x]) : 0;
-                line[x] = shifted(line[x], shift);
+                line[x] = shifted(in[x], shift);
             }
             return;
         }
         for (int x = 0; x < width; ++x)
-            line[x] |= 0xFF000000u;
+            line[x] = in[x] | 0xFF000000u;
         if (!innerRow)
             return;
         for (const int x : myBandColumns)
-            line[x] = shifted(line[x], columnShift(myColumns[x]));
+            line[x] = shifted(in[x], columnShift(myColumns[x]));
     }
 
 private:
@@ -156,17 +156,18 @@ QImage ZelImageProcessorThreeDGridImpl::threeDGrid(const QImage& image)
         emit finished(true);
         return image;
     }
-    QImage out = zelToPixelWords(image);
-    QRgb* const bits = out.isNull() ? nullptr : reinterpret_cast<QRgb*>(out.bits());
-    if (!bits) {
+    const QImage words = zelToPixelWords(image);
+    QImage out = words.isNull() ? QImage() : zelBlankLike(words);
+    if (out.isNull()) {
         emit finished(true);
         return QImage();
     }
+    QRgb* const bits = reinterpret_cast<QRgb*>(out.bits());
     const int height = out.height();
     const qsizetype stride = out.bytesPerLine() / qsizetype(sizeof(QRgb));
     const GridBands bands(out.width(), myCellSizeInPixels, myLineDepth);
     for (int y = 0; y < height; ++y) {
-        bands.processRow(bits + y * stride, y);
+        bands.processRow(reinterpret_cast<const QRgb*>(words.constScanLine(y)), bits + y * stride, y);
         emit progress(QStringLiteral("3D Kacheln"), QString(), y, height - 1);
         if (resetCancel())
             return image;

@@ -347,7 +347,7 @@ QImage ZelImageProcessorConvolutionImpl::convolveIndexed(const QImage& source, i
 template <typename Sum>
 QImage ZelImageProcessorConvolutionImpl::convolveWords(const QImage& source, int rows, int columns)
 {
-    QImage convolved = source.copy();
+    QImage convolved = zelCopyImage(source);
     if (convolved.isNull())
         return convolved;
     const int width = source.width();

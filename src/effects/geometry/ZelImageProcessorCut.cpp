@@ -1,4 +1,5 @@
 #include "ZelImageProcessorCut.h"
+#include "ZelImageAllocation_p.h"
 #include "ZelImageProcessorImpl_p.h"
 
 #include <cmath>
@@ -55,7 +56,7 @@ public slots:
         connectProgressSignalizer();
         // A rectangle beyond the range of int gives a null image, as one too large to allocate would.
         const std::optional<QRect> section = truncatedRect(rect());
-        const QImage cut = section ? sectionOfSourceImage(*section) : QImage();
+        const QImage cut = section ? zelCopyImage(sourceImage(), *section) : QImage();
         disconnectProgressSignalizer();
         emit finished(false);
         return cut;

@@ -1,4 +1,5 @@
 #include "ZelImageProcessorRedEyeRemoval.h"
+#include "ZelImageAllocation_p.h"
 #include "ZelImageProcessorImpl_p.h"
 #include "ZelPixelMath_p.h"
 
@@ -102,7 +103,7 @@ public slots:
             emit finished(false);
             return photo;
         }
-        photo = photo.convertToFormat(QImage::Format_RGB32);
+        photo = zelConvertImage(photo, QImage::Format_RGB32);
         const QImage detection = photo.isNull() ? QImage()
                                                 : photo.scaled(kDetectionSize, Qt::KeepAspectRatio, Qt::SmoothTransformation)
                                                       .convertToFormat(QImage::Format_RGB32);

@@ -1,4 +1,5 @@
 #include "ZelImageProcessorShift.h"
+#include "ZelImageAllocation_p.h"
 #include "ZelImageProcessorImpl_p.h"
 
 #include <algorithm>
@@ -15,8 +16,8 @@ constexpr int kMaximumBytesPerPixel = 8;
 QImage workingCopy(const QImage& image)
 {
     if (image.depth() % 8 == 0 && image.depth() / 8 <= kMaximumBytesPerPixel)
-        return image.copy();
-    return image.convertToFormat(QImage::Format_ARGB32);
+        return zelCopyImage(image);
+    return zelConvertImage(image, QImage::Format_ARGB32);
 }
 
 // Writes `count` copies of the pixel at `pixel` from `out` on, doubling the written run.

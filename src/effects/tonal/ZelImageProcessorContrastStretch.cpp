@@ -1,5 +1,5 @@
 #include "ZelImageProcessorContrastStretch.h"
-#include "ZelHsv_p.h"
+#include "ZelHsvBatch_p.h"
 #include "ZelImageProcessorImpl_p.h"
 #include "ZelPixelMath_p.h"
 #include "ZelTonalImage_p.h"
@@ -101,6 +101,52 @@ int stretchedGrey(int grey, StretchPoints points)
     return zelTruncToInt((grey - points.black) * 255.0 / (points.white - points.black)) & 0xFF;
 }
 
+// The stretch of one pixel by the table of what its channel maximum and minimum decide (see
+// stretchPixelWords). Greys need no branch: hue 0 with saturation 0 gives the grey of the value.
+inline QRgb stretchedPixel(QRgb pixel, const quint32* byExtremes)
+{
+    const int red = qRed(pixel);
+    const int green = qGreen(pixel);
+    const int blue = qBlue(pixel);
+    const int max = qMax(red, qMax(green, blue));
+    const int min = qMin(red, qMin(green, blue));
+    const quint32 extremes = byExtremes[max << 8 | min];
+    return zelChromaticHsvToRgb(zelHsvHue(red, green, blue, max, min), (extremes >> 8) & 0xFF, int(extremes >> 16),
+                                int(extremes & 0xFF));
+}
+
+#if ZEL_HAVE_AVX2_PATH
+// stretchedPixel of a row, eight pixels at a time: hues and table entries in a first pass, the
+// conversion back in a second, so that the long dependency chain of each overlaps between
+// pixels. Greys come out as greys as in the scalar step (hue 0, saturation 0); lanes on a
+// rounding tie of the ramp take the scalar step.
+ZEL_AVX2_FUNCTION void stretchRowAvx2(const QRgb* source, QRgb* target, int width, const quint32* byExtremes,
+                                      int32_t* hues, int32_t* entries)
+{
+    using namespace ZelBatch;
+    const int end = width / kLanes * kLanes;
+    for (int x = 0; x < end; x += kLanes) {
+        const Channels c(load(source + x));
+        store(hues + x, hue(c));
+        store(entries + x, Ints(_mm256_i32gather_epi32(reinterpret_cast<const int*>(byExtremes),
+                                                       __m256i((c.max << 8) | c.min), 4)));
+    }
+    for (int x = 0; x < end; x += kLanes) {
+        const Ints entry = load(entries + x);
+        Ints ties;
+        const Ints rgb = chromaticHsvToRgb(load(hues + x), (entry >> 8) & 0xFF, entry >> 16, entry & 0xFF, &ties);
+        store(target + x, rgb | int(0xFF000000u));
+        if (anyLane(ties)) {
+            for (int i = 0; i < kLanes; ++i)
+                if (ties[i])
+                    target[x + i] = stretchedPixel(source[x + i], byExtremes);
+        }
+    }
+    for (int x = end; x < width; ++x)
+        target[x] = stretchedPixel(source[x], byExtremes);
+}
+#endif
+
 } // namespace
 
 class ZelImageProcessorContrastStretchImpl : public ZelImageProcessorImpl
@@ -165,21 +211,22 @@ QImage ZelImageProcessorContrastStretchImpl::stretchPixelWords(const QImage& sou
         }
     }
     const int width = source.width();
+#if ZEL_HAVE_AVX2_PATH
+    if (zelBatchUsesAvx2()) {
+        std::vector<int32_t> hues(static_cast<size_t>(width));
+        std::vector<int32_t> entries(static_cast<size_t>(width));
+        for (int y = 0; y < source.height(); ++y)
+            stretchRowAvx2(reinterpret_cast<const QRgb*>(source.constScanLine(y)),
+                           reinterpret_cast<QRgb*>(stretched.scanLine(y)), width, byExtremes.data(), hues.data(),
+                           entries.data());
+        return stretched;
+    }
+#endif
     for (int y = 0; y < source.height(); ++y) {
         const QRgb* in = reinterpret_cast<const QRgb*>(source.constScanLine(y));
         QRgb* out = reinterpret_cast<QRgb*>(stretched.scanLine(y));
-        for (int x = 0; x < width; ++x) {
-            const QRgb pixel = in[x];
-            const int red = qRed(pixel);
-            const int green = qGreen(pixel);
-            const int blue = qBlue(pixel);
-            const int max = qMax(red, qMax(green, blue));
-            const int min = qMin(red, qMin(green, blue));
-            const quint32 extremes = byExtremes[max << 8 | min];
-            // Greys need no branch: hue 0 with saturation 0 gives the grey of the value.
-            out[x] = zelChromaticHsvToRgb(zelHsvHue(red, green, blue, max, min), (extremes >> 8) & 0xFF,
-                                          int(extremes >> 16), int(extremes & 0xFF));
-        }
+        for (int x = 0; x < width; ++x)
+            out[x] = stretchedPixel(in[x], byExtremes.data());
     }
     return stretched;
 }

@@ -45,7 +45,7 @@ QImage ZelImageProcessorGrayscaleImpl::greyImage(const QImage& source)
     const bool indexed = myFormat == QImage::Format_Indexed8;
     const bool opaque = myFormat == QImage::Format_RGB32;
     QImage grey = indexed ? zelGreyIndexedImage(source.size())
-                          : QImage(source.size(), opaque ? QImage::Format_RGB32 : QImage::Format_ARGB32);
+                          : zelNewImage(source.size(), opaque ? QImage::Format_RGB32 : QImage::Format_ARGB32);
     if (grey.isNull())
         return grey;
     const QString title = progressTitle();
@@ -76,7 +76,7 @@ QImage ZelImageProcessorGrayscaleImpl::result()
     if (!source.isNull() && isValidFormat(myFormat)) {
         grey = greyImage(source);
         if (!grey.isNull() && grey.format() != myFormat)
-            grey = grey.convertToFormat(myFormat);
+            grey = zelConvertImage(grey, myFormat);
     }
     emit finished(false);
     return grey;

@@ -1,5 +1,5 @@
 #include "ZelImageProcessorTint.h"
-#include "ZelHsv_p.h"
+#include "ZelHsvBatch_p.h"
 #include "ZelImageProcessorImpl_p.h"
 #include "ZelPixelMath_p.h"
 #include "ZelTonalImage_p.h"
@@ -26,9 +26,10 @@ int tintChannel(int value, int target, double fraction)
 }
 
 // The per-pixel step for one hue and fraction, with both of its parts looked up: the target
-// colours of the hue for every saturation and value (index s << 8 | v; the pixel's own hue plays
-// no part), and every channel moved toward every target channel (index c << 8 | t). QColor's
-// HSV conversion and the double arithmetic per pixel would cost several times the rest.
+// colour of the hue for the pixel's saturation and value, by its channel maximum and minimum
+// (index max << 8 | min; the pixel's own hue plays no part), and every channel moved toward
+// every target channel (index c << 8 | t). QColor's HSV conversion and the double arithmetic
+// per pixel would cost several times the rest.
 class TintStep
 {
 public:
@@ -39,19 +40,42 @@ public:
         const int blue = qBlue(pixel);
         const int max = qMax(red, qMax(green, blue));
         const int min = qMin(red, qMin(green, blue));
-        const QRgb target = myTargets[mySaturations[max << 8 | min] << 8 | max];
-        return (pixel & 0xFF000000u) | uint(myMoved[red << 8 | qRed(target)]) << 16
-            | uint(myMoved[green << 8 | qGreen(target)]) << 8 | myMoved[blue << 8 | qBlue(target)];
+        const QRgb target = myTargets[size_t(max << 8 | min)];
+        return (pixel & 0xFF000000u) | uint(myMoved[size_t(red << 8 | qRed(target))]) << 16
+            | uint(myMoved[size_t(green << 8 | qGreen(target))]) << 8 | myMoved[size_t(blue << 8 | qBlue(target))];
     }
+
+#if ZEL_HAVE_AVX2_PATH
+    // apply() of a row, eight pixels at a time.
+    ZEL_AVX2_FUNCTION void applyToRowAvx2(const QRgb* source, QRgb* target, int width) const
+    {
+        using namespace ZelBatch;
+        const int end = width / kLanes * kLanes;
+        const uint8_t* const moved = myMoved.data();
+        for (int x = 0; x < end; x += kLanes) {
+            const Ints pixels = load(source + x);
+            const Channels c(pixels);
+            const Ints colour = Ints(_mm256_i32gather_epi32(reinterpret_cast<const int*>(myTargets.data()),
+                                                            __m256i((c.max << 8) | c.min), 4));
+            const Ints red = gather(moved, (c.red << 8) | ((colour >> 16) & 0xFF));
+            const Ints green = gather(moved, (c.green << 8) | ((colour >> 8) & 0xFF));
+            const Ints blue = gather(moved, (c.blue << 8) | (colour & 0xFF));
+            store(target + x, (pixels & int(0xFF000000u)) | (red << 16) | (green << 8) | blue);
+        }
+        for (int x = end; x < width; ++x)
+            target[x] = apply(source[x]);
+    }
+#endif
 
     void setHue(int hue)
     {
         if (!myTargets.empty() && hue == myHue)
             return;
-        myTargets.resize(256 * 256);
-        for (int s = 0; s < 256; ++s)
-            for (int v = 0; v < 256; ++v)
-                myTargets[s << 8 | v] = zelHsvToRgb(hue, s, v);
+        const uint8_t* const saturations = zelHsvSaturationTable();
+        myTargets.assign(256 * 256, 0);
+        for (int max = 0; max < 256; ++max)
+            for (int min = 0; min <= max; ++min)
+                myTargets[size_t(max << 8 | min)] = zelHsvToRgb(hue, saturations[max << 8 | min], max);
         myHue = hue;
     }
 
@@ -59,15 +83,15 @@ public:
     {
         if (!myMoved.empty() && fraction == myFraction)
             return;
-        myMoved.resize(256 * 256);
+        // Four bytes more: the AVX2 gather reads a word per entry.
+        myMoved.assign(256 * 256 + 4, 0);
         for (int c = 0; c < 256; ++c)
             for (int t = 0; t < 256; ++t)
-                myMoved[c << 8 | t] = uint8_t(tintChannel(c, t, fraction));
+                myMoved[size_t(c << 8 | t)] = uint8_t(tintChannel(c, t, fraction));
         myFraction = fraction;
     }
 
 private:
-    const uint8_t* mySaturations = zelHsvSaturationTable();
     std::vector<QRgb> myTargets;
     std::vector<uint8_t> myMoved;
     int myHue = 0;
@@ -139,9 +163,16 @@ QImage ZelImageProcessorTintImpl::result()
     if (!tinted.isNull()) {
         const TintStep& tint = step(hue(), saturation());
         const int width = source.width();
+        [[maybe_unused]] const bool avx2 = zelBatchUsesAvx2();
         for (int y = 0; y < source.height(); ++y) {
             const QRgb* in = reinterpret_cast<const QRgb*>(source.constScanLine(y));
             QRgb* out = reinterpret_cast<QRgb*>(tinted.scanLine(y));
+#if ZEL_HAVE_AVX2_PATH
+            if (avx2) {
+                tint.applyToRowAvx2(in, out, width);
+                continue;
+            }
+#endif
             for (int x = 0; x < width; ++x)
                 out[x] = tint.apply(in[x]);
         }

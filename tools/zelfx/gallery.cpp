@@ -2,7 +2,9 @@
 
 #include "console.h"
 #include "effects.h"
+#include "apply.h"
 #include "imagefiles.h"
+#include "messagecapture.h"
 #include "options.h"
 #include "showcase.h"
 
@@ -147,8 +149,13 @@ GalleryEntry renderEffect(const QMetaObject* meta, const QImage& input, const QS
 
     QElapsedTimer timer;
     timer.start();
+    const MessageCapture magickFailures(isMagickFailure);
     const QImage result = effect->result();
     entry.milliseconds = timer.nsecsElapsed() / 1e6;
+    if (!magickFailures.messages().isEmpty()) {
+        entry.failure = QStringLiteral("failed in ImageMagick: ") + magickFailures.messages().join(QStringLiteral("; "));
+        return entry;
+    }
     if (result.isNull()) {
         entry.failure = QStringLiteral("returned a null image");
         return entry;

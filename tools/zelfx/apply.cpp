@@ -60,7 +60,7 @@ Status applyEffectToFile(const EffectJob& job, const QString& inputPath, const Q
     const QImage output = runner.run();
     const QString name = effectShortName(job.effect);
     if (!magickFailures.messages().isEmpty()) {
-        return Status::failure(ExitEffectFailed, QStringLiteral("effect %1 failed on %2 in ImageMagick (%3); nothing written to %4")
+        return Status::failure(ExitEffectFailed, QStringLiteral("effect %1 failed on %2: %3; nothing written to %4")
                                                      .arg(name, inputPath, magickFailures.messages().join(QStringLiteral("; ")), outputPath));
     }
     if (output.isNull()) {

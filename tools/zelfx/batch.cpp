@@ -156,21 +156,26 @@ private:
                 continue;
             photo.reported = true;
             printErr(QStringLiteral("%1zelfx: batch: %2\n").arg(bar ? QStringLiteral("\r\033[K") : QString(), photo.status.message));
+            myDrawnBar.clear(); // the message took the bar's line
         }
     }
 
-    // Under the lock: photos done of all due, and the time left at the pace so far.
-    void drawBar(qint64 elapsed) const
+    // Under the lock: photos done of all due, and the time left at the pace so far; drawn again
+    // only when its text changes.
+    void drawBar(qint64 elapsed)
     {
         const int filled = myDue > 0 ? myFinished * progressBarWidth / myDue : progressBarWidth;
         QString left;
         if (myFinished > 0 && myFinished < myDue)
             left = QStringLiteral(", %1 left").arg(duration(elapsed * (myDue - myFinished) / myFinished));
-        printErr(QStringLiteral("\r[%1%2] %3/%4 photos%5\033[K")
-                     .arg(QString(filled, QLatin1Char('#')), QString(progressBarWidth - filled, QLatin1Char(' ')))
-                     .arg(myFinished)
-                     .arg(myDue)
-                     .arg(left));
+        const QString bar = QStringLiteral("[%1%2] %3/%4 photos%5")
+                                .arg(QString(filled, QLatin1Char('#')), QString(progressBarWidth - filled, QLatin1Char(' ')))
+                                .arg(myFinished)
+                                .arg(myDue)
+                                .arg(left);
+        if (bar != myDrawnBar)
+            printErr(QStringLiteral("\r%1\033[K").arg(bar));
+        myDrawnBar = bar;
     }
 
     const EffectJob& myJob;
@@ -178,6 +183,7 @@ private:
     int myDue = 0;
     int myFinished = 0;
     size_t myNext = 0;
+    QString myDrawnBar;
     QMutex myMutex;
     QWaitCondition myChanged;
 };

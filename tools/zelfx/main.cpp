@@ -46,7 +46,8 @@ const char optionHelp[] =
     "Input files that are missing, empty, directories, no image, or damaged or truncated (also when\n"
     "Qt could decode part of them) are refused, naming the file; no output is written then.\n"
     "exit status:\n"
-    "  0 success   2 usage, effect or parameter error   3 input unreadable   4 output unwritable\n"
+    "  0 success   2 usage, effect or parameter error   3 input unreadable\n"
+    "  4 output unwritable, or it would replace an input (or, without --overwrite, a file)\n"
     "  5 the effect returned no image (too large to allocate, or refused)\n"
     "  6 ImageMagick refused or failed the effect's operation (apply, batch; gallery goes on)\n";
 

@@ -9,6 +9,8 @@
 
 #include "ZelImageProcessor.h"
 
+#include <QMutex>
+
 #include <cstring>
 
 bool isMagickFailure(QtMsgType type, const char* category)
@@ -57,7 +59,12 @@ Status applyEffectToFile(const EffectJob& job, const QString& inputPath, const Q
         status = appendChain(effect.get(), job.chain, &chainSteps);
     if (!status.ok())
         return status;
-    const QImage output = runner.run();
+    QImage output;
+    {
+        static QMutex turn;
+        QMutexLocker locker(job.takesTurns ? &turn : nullptr);
+        output = runner.run();
+    }
     const QString name = effectShortName(job.effect);
     if (!magickFailures.messages().isEmpty()) {
         return Status::failure(ExitEffectFailed, QStringLiteral("effect %1 failed on %2: %3; nothing written to %4")

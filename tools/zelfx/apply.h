@@ -20,6 +20,10 @@ struct EffectJob
     QString chain;
     bool hasChain = false;
     RunOptions run;
+    // The effect's computations take turns across the jobs of a batch: set for effects that
+    // compute through ImageMagick, which ran slower two at once in one process than one after
+    // the other; reading and writing the photos still overlap.
+    bool takesTurns = false;
 };
 
 // The effect named (ExitUsage when unknown) with the command line's options.

@@ -1,8 +1,13 @@
 #include "batch.h"
 
 #include "apply.h"
+#include "chain.h"
+#include "effects.h"
 #include "console.h"
 #include "options.h"
+
+#include "ZelImageProcessor.h"
+#include "ZelMagickWandWrapper_p.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -78,6 +83,20 @@ std::vector<Photo> planPhotos(const QStringList& inputs, const QDir& outDir, con
         photos.push_back(photo);
     }
     return photos;
+}
+
+// Whether the job's effect creates ImageMagick wands, tried on a small photo.
+bool computesThroughImageMagick(const EffectJob& job)
+{
+    std::unique_ptr<ZelImageProcessor> effect;
+    ChainSteps chainSteps;
+    const QImage sample(16, 16, QImage::Format_ARGB32);
+    const quint64 before = zelMagickWandsCreated();
+    if (createEffect(job.effect, sample, &effect).ok() && applyParameterOptions(effect.get(), job.parameterOptions).ok()
+        && (!job.hasChain || appendChain(effect.get(), job.chain, &chainSteps).ok())) {
+        effect->result();
+    }
+    return zelMagickWandsCreated() != before;
 }
 
 QString duration(qint64 milliseconds)
@@ -207,6 +226,7 @@ Status runBatch(const QStringList& arguments)
     if (!status.ok())
         return status;
     job.run.progressBar = false;
+    job.takesTurns = computesThroughImageMagick(job);
 
     const QDir outDir(commandLine.positional.at(1));
     if (!QDir().mkpath(outDir.path()))

@@ -8,6 +8,9 @@ packages=(
   cmake
   pkg-config
   qtbase5-dev
+  # Qt's TIFF (and WebP) reader: photos in TIFF open in zelfx and the studio, and the tests of
+  # damaged TIFF files run.
+  qt5-image-formats-plugins
   libmagickwand-6.q16-dev
   libbenchmark-dev
   xvfb

@@ -1,3 +1,4 @@
+#include "ZelLogging_p.h"
 #include "ZelMagickWandWrapper_p.h"
 #include "ZelProgressSignalizer.h"
 
@@ -26,6 +27,31 @@ QImage flatImage(int width, int height, QRgb colour)
     image.fill(colour);
     return image;
 }
+
+// The zel.magick messages written while an instance lives, with the category's warnings enabled.
+struct MagickWarnings
+{
+    MagickWarnings()
+    {
+        QLoggingCategory::setFilterRules(QStringLiteral("zel.magick.warning=true"));
+        messages().clear();
+        previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext& context, const QString& text) {
+            if (QByteArray(context.category) == "zel.magick")
+                messages().append(text);
+        });
+    }
+    ~MagickWarnings()
+    {
+        qInstallMessageHandler(previous);
+        QLoggingCategory::setFilterRules(QString());
+    }
+    static QStringList& messages()
+    {
+        static QStringList list;
+        return list;
+    }
+    QtMessageHandler previous;
+};
 
 struct Bridge
 {
@@ -114,8 +140,7 @@ private slots:
     }
 
     // ImageMagick sees the channels where it expects them: its grey of red is lighter than that of blue (a
-    // swap in both directions would pass the round trip). A failing ImageMagick call (an implosion of 100
-    // samples from beyond the policy's side limit) leaves the picture in the wand, which is returned.
+    // swap in both directions would pass the round trip).
     void operations()
     {
         Bridge magick;
@@ -134,6 +159,25 @@ private slots:
         QVERIFY(mean > 0 && peak > 0 && peak <= 1.0);
         QCOMPARE(magick.wrapper.implode(image, 100), image);
         QVERIFY(magick.wrapper.implode(image, 2) != image);
+    }
+
+    // A call ImageMagick fails (an implosion of 100 samples from beyond the policy's side limit) is told
+    // through zel.magick, which is off by default, and keeps the picture; a cancel is no failure.
+    void failuresAreLogged()
+    {
+        QVERIFY(!zelMagick().isWarningEnabled());
+        const QImage image = translucentImage(9, 7);
+        MagickWarnings warnings;
+        Bridge magick;
+        QCOMPARE(magick.wrapper.implode(image, 100), image);
+        QCOMPARE(warnings.messages().size(), 1);
+        QVERIFY2(warnings.messages().at(0).contains(QRegularExpression("MagickImplodeImage.*exceeds limit")),
+                 qPrintable(warnings.messages().at(0)));
+        QVERIFY(magick.wrapper.implode(image, 2) != image);
+        connect(&magick.signalizer, &ZelProgressSignalizer::progressChanged, &magick.signalizer,
+                qOverload<>(&ZelProgressSignalizer::setCancelled));
+        QVERIFY(magick.wrapper.swirl(image, 90).isNull());
+        QCOMPARE(warnings.messages().size(), 1);
     }
 
     void startsOnceFromSeveralThreads()

@@ -69,6 +69,8 @@ private slots:
     void showcasePictureIsTheGallerysOnly();
     void slidersReachEffectInValueUnits_data();
     void slidersReachEffectInValueUnits();
+    void brokenPhotoKeepsCurrent_data();
+    void brokenPhotoKeepsCurrent();
 private:
     bool waitForPreview();
     // The job's verdict: 1 applied, 0 cancelled or without picture, -1 not finished in time.
@@ -317,4 +319,41 @@ void TestStudio::slidersReachEffectInValueUnits()
 }
 
 QTEST_MAIN(TestStudio)
+// The open dialog's message names the file and the reason; the photo shown and its title stay.
+void TestStudio::brokenPhotoKeepsCurrent_data()
+{
+    QTest::addColumn<QByteArray>("bytes"); // empty: a folder
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("reason");
+
+    QByteArray jpeg;
+    QBuffer buffer(&jpeg);
+    buffer.open(QIODevice::WriteOnly);
+    QVERIFY(QImage(kSamples + QStringLiteral("astronaut.png")).save(&buffer, "jpg"));
+    // Qt decodes the first part and paints the rest grey, warning only.
+    QTest::newRow("truncated jpeg") << jpeg.left(jpeg.size() / 2) << "cut.jpg" << "truncated";
+    QTest::newRow("text") << QByteArray("no picture") << "text.png" << "not an image";
+    QTest::newRow("empty") << QByteArray("") << "empty.png" << "empty";
+    QTest::newRow("folder") << QByteArray() << "folder.png" << "directory";
+}
+
+void TestStudio::brokenPhotoKeepsCurrent()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, name);
+    QFETCH(QString, reason);
+
+    QTemporaryDir dir;
+    const QString path = dir.filePath(name);
+    QFile file(path);
+    QVERIFY(bytes.isNull() ? QDir().mkdir(path) : file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+    file.close();
+    const QImage before = myWindow->photo();
+    const QString title = myWindow->windowTitle();
+    const QString message = myWindow->openPhotoOrReason(path);
+    QVERIFY2(message.contains(path) && message.contains(reason), qPrintable(message));
+    QCOMPARE(myWindow->photo(), before);
+    QCOMPARE(myWindow->windowTitle(), title);
+}
+
 #include "tst_studio.moc"

@@ -9,6 +9,7 @@
 #include "ZelTestProbe.h"
 
 #include <QImageReader>
+#include <QImageWriter>
 #include <QPainterPath>
 #include <QProcess>
 #include <QRegularExpression>
@@ -49,6 +50,12 @@ using Failure = QPair<int, QString>;
 // What the tool's output must equal: computed by the library on the effect and its input.
 using Expectation = std::function<QImage(ZelImageProcessor&, const QImage&)>;
 
+QByteArray fileBytes(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(Expectation)
@@ -72,6 +79,11 @@ private slots:
     void applyMatchesLibrary();
     void traceAndCancel_data();
     void traceAndCancel();
+    void brokenInputs_data();
+    void brokenInputs();
+    void batch_data();
+    void batch();
+    void batchJobsAgree();
 
 private:
     QString path(const QString& name) const { return myDir.filePath(name); }
@@ -328,6 +340,10 @@ void TestZelfx::commands_data()
     row("input is no image", {"apply", "Invert", "{dir}/notanimage.png", "{out}"}, ExitInputUnreadable, "notanimage");
     row("output folder missing", {"apply", "Invert", "{in}", "{dir}/no/out.png"}, ExitOutputUnwritable, "no/out.png");
     row("null image", {"apply", "Template", "{in}", "{out}"}, ExitNullImage, "null image");
+    // ImageMagick refuses an implosion this strong on a picture this small; the library keeps the
+    // picture and says why, and nothing is written.
+    row("ImageMagick failure", {"apply", "Implode", "{in}", "{out}", "--set", "Strength=100"}, ExitEffectFailed,
+        "MagickImplodeImage");
     row("written as jpeg by suffix", {"apply", "FlipVertical", "{in}", "{dir}/out.jpg"}, ExitSuccess, "");
     row("--chain empty step", {"apply", "Composer", "{in}", "{out}", "--chain", "Invert;;Invert"}, ExitUsage, "step 2");
     row("--chain on no composer", {"apply", "Invert", "{in}", "{out}", "--chain", "Invert"}, ExitUsage, "composer");
@@ -439,6 +455,156 @@ void TestZelfx::traceAndCancel()
     QVERIFY(result.out.isEmpty());
     QCOMPARE(loadArgb(path("out.png")) == loadArgb(expand({arguments.at(2)}).first()), cancelled);
     QFile::remove(path("out.png"));
+}
+
+// Damaged files made from a valid picture: cut in the middle, or bytes inverted in the middle,
+// where the pixel data lies. Qt decodes part of such a JPEG and only warns.
+void TestZelfx::brokenInputs_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<QString>("file"); // in {dir}/broken
+
+    const QImage valid = photo(64, 48);
+    QVERIFY(QDir(myDir.path()).mkpath("broken/folder.png"));
+    QVERIFY(writeFile(path("broken/empty.png"), ""));
+    QVERIFY(writeFile(path("broken/text.png"), "plain text, no picture"));
+    QStringList files{"empty.png", "text.png", "folder.png"};
+    for (const char* format : {"png", "jpg", "tiff"}) {
+        QBuffer buffer;
+        buffer.open(QIODevice::WriteOnly);
+        QImageWriter writer(&buffer, format);
+        writer.setCompression(1); // TIFF: LZW, whose damage shows; uncompressed, it is just other pixels
+        if (!writer.write(valid))
+            continue; // no TIFF plugin: nothing to damage, and TIFF is unreadable anyway
+        const QByteArray bytes = buffer.data();
+        QByteArray flipped = bytes;
+        for (int i = bytes.size() / 2; i < bytes.size() / 2 + 16; ++i)
+            flipped[i] = char(~flipped[i]);
+        const QString suffix = QString::fromLatin1(format);
+        QVERIFY(writeFile(path("broken/truncated." + suffix), bytes.left(bytes.size() * 6 / 10)));
+        QVERIFY(writeFile(path("broken/corrupted." + suffix), flipped));
+        files << "truncated." + suffix << "corrupted." + suffix;
+    }
+    for (const char* command : {"apply", "gallery", "batch"}) {
+        for (const QString& file : files)
+            QTest::addRow("%s %s", command, qPrintable(file)) << QString::fromLatin1(command) << file;
+    }
+}
+
+// Refused with the file named and status 3, nothing written; batch goes on with the good input.
+void TestZelfx::brokenInputs()
+{
+    QFETCH(QString, command);
+    QFETCH(QString, file);
+
+    const QString broken = "{dir}/broken/" + file;
+    const QString out = path("brokenout");
+    QDir(out).removeRecursively();
+    QStringList arguments{command, broken, out};
+    if (command == QLatin1String("apply"))
+        arguments = QStringList{command, "Invert", broken, out + "/out.png"};
+    else if (command == QLatin1String("batch"))
+        arguments = QStringList{command, "Invert", out, broken, "{in}"};
+    QDir().mkpath(out);
+    const ToolRun result = zelfx(arguments);
+    QCOMPARE(result.exitCode, int(ExitInputUnreadable));
+    QVERIFY2(result.err.contains(path("broken/" + file)), qPrintable(result.err));
+    // libjpeg's complaints, which come through Qt, are part of the message, not lines of their own
+    // (libpng and libtiff print theirs themselves).
+    QVERIFY2(!result.err.contains(QRegularExpression("^(Corrupt|Premature)", QRegularExpression::MultilineOption)),
+             qPrintable(result.err));
+    const QStringList written = QDir(out).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot);
+    QCOMPARE(written, command == QLatin1String("batch") ? QStringList{"in.png"} : QStringList());
+}
+
+void TestZelfx::batch_data()
+{
+    QTest::addColumn<QStringList>("arguments"); // {batch} the output folder
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("keyword");      // on stderr
+    QTest::addColumn<QStringList>("written");  // new pictures in {batch}; every other file there keeps its bytes
+    QTest::addColumn<bool>("existing");        // {batch}/in.png there before
+
+    const auto row = [](const char* tag, const QStringList& arguments, int code, const char* keyword,
+                        const QStringList& written, bool existing = false) {
+        QTest::newRow(tag) << arguments << code << QString::fromUtf8(keyword) << written << existing;
+    };
+    const QStringList both{"batch", "Invert", "{batch}", "{in}", "{other}"};
+    row("all written", both, ExitSuccess, "", {"in.png", "other.png"});
+    row("bad input among good ones", {"batch", "Invert", "{batch}", "{in}", "{dir}/notanimage.png", "{other}"},
+        ExitInputUnreadable, "notanimage.png", {"in.png", "other.png"});
+    row("first failure decides the status",
+        {"batch", "Invert", "{batch}", "{dir}/old/in.png", "{dir}/none.png", "{in}"}, ExitOutputUnwritable,
+        "none.png", {}, true);
+    row("existing output kept", both, ExitOutputUnwritable, "--overwrite", {"other.png"}, true);
+    row("existing output replaced", both + QStringList{"--overwrite"}, ExitSuccess, "", {"in.png", "other.png"}, true);
+    row("never an input", {"batch", "Invert", "{dir}/batch", "{batch}/in.png", "{other}", "--overwrite"},
+        ExitOutputUnwritable, "never overwritten", {"other.png"}, true);
+    row("two inputs, one output", {"batch", "Invert", "{batch}", "{in}", "{dir}/old/in.png"}, ExitOutputUnwritable,
+        "output of", {"in.png"});
+    row("--format", {"batch", "FlipVertical", "{batch}", "{in}", "--format", "JPG"}, ExitSuccess, "", {"in.jpg"});
+    row("parameters checked before any photo", both + QStringList{"--set", "Missing=1"}, ExitUsage, "Missing", {});
+    row("null image", {"batch", "Template", "{batch}", "{in}"}, ExitNullImage, "null image", {});
+    row("ImageMagick failure", {"batch", "Implode", "{batch}", "{in}", "--set", "Strength=100"}, ExitEffectFailed,
+        "exceeds limit", {});
+    row("no input", {"batch", "Invert", "{batch}"}, ExitUsage, "INPUT...", {});
+}
+
+void TestZelfx::batch()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, code);
+    QFETCH(QString, keyword);
+    QFETCH(QStringList, written);
+    QFETCH(bool, existing);
+
+    // An earlier picture in the output folder, and a second in.png elsewhere.
+    const QString batchDir = path("batch");
+    QDir(batchDir).removeRecursively();
+    QVERIFY(QDir().mkpath(batchDir) && QDir().mkpath(path("old")));
+    QVERIFY(QFile::copy(path("in.png"), path("old/in.png")) || QFile::exists(path("old/in.png")));
+    const QByteArray earlier = fileBytes(path("rows3.png"));
+    QVERIFY(!existing || writeFile(batchDir + "/in.png", earlier));
+
+    const ToolRun result = zelfx(arguments.replaceInStrings("{batch}", batchDir));
+    QCOMPARE(result.exitCode, code);
+    QVERIFY2(result.err.contains(keyword), qPrintable(result.err));
+    const QStringList files = QDir(batchDir).entryList(QDir::Files);
+    for (const QString& file : files) {
+        const QString filePath = batchDir + "/" + file;
+        QCOMPARE(fileBytes(filePath) != earlier, written.contains(file));
+    }
+    for (const QString& file : written) {
+        QVERIFY2(files.contains(file), qPrintable(file));
+        const QString input = path(QFileInfo(file).completeBaseName() + ".png");
+        if (arguments.at(1) == QLatin1String("Invert"))
+            QCOMPARE(loadArgb(batchDir + "/" + file), makeEffect("Invert", QImage(input))->result().convertToFormat(QImage::Format_ARGB32));
+    }
+    if (code == ExitSuccess)
+        QVERIFY2(result.out.contains(QStringLiteral("%1 of %1 photos").arg(written.size())), qPrintable(result.out));
+}
+
+// One job or two, the same files, equal to the library's result.
+void TestZelfx::batchJobsAgree()
+{
+    QStringList inputs;
+    for (int i = 0; i < 5; ++i) {
+        inputs << path(QStringLiteral("jobs%1.png").arg(i));
+        QVERIFY(photo(40 + i, 30).save(inputs.last()));
+    }
+    const QStringList options{"--set", "ABlockSize=3"};
+    for (const char* jobs : {"1", "2"}) {
+        const ToolRun result = zelfx(QStringList{"batch", "Mosaic", path("jobs") + jobs, "--jobs", jobs} + inputs + options);
+        QCOMPARE(result.exitCode, int(ExitSuccess));
+    }
+    for (const QString& input : inputs) {
+        const QString name = QFileInfo(input).fileName();
+        const QByteArray one = fileBytes(path("jobs1/") + name);
+        QVERIFY(!one.isEmpty());
+        QCOMPARE(fileBytes(path("jobs2/") + name), one);
+        QCOMPARE(loadArgb(path("jobs1/") + name),
+                 makeEffect("Mosaic", QImage(input), {{"ABlockSize", 3}})->result().convertToFormat(QImage::Format_ARGB32));
+    }
 }
 
 QTEST_MAIN(TestZelfx)

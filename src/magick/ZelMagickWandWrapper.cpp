@@ -1,7 +1,7 @@
 #include "ZelMagickWandWrapper_p.h"
 
+#include "ZelLogging_p.h"
 #include "ZelMagickSketch_p.h"
-
 #include "ZelProgressSignalizer.h"
 
 #include <QDebug>
@@ -55,6 +55,13 @@ bool magickCanHold(const QSize& size)
         && width * height <= double(MagickGetResourceLimit(AreaResource)) && width * height * sizeof(PixelPacket) <= bytes;
 }
 
+void warnMagickFailure(const char* call, const char* reason, const char* description)
+{
+    const QString because = QString::fromLocal8Bit(reason && *reason ? reason : "no reason given")
+        + (description && *description ? QStringLiteral(" (%1)").arg(QString::fromLocal8Bit(description)) : QString());
+    qCWarning(zelMagick, "ImageMagick failed %s: %s; the picture stays as it was", call, qUtf8Printable(because));
+}
+
 } // namespace
 
 quint64 zelMagickWandsCreated()
@@ -87,7 +94,10 @@ void ZelMagickWandWrapper::toMagickWand(const QImage& image, MagickWand* wand) c
 {
     const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
     if (!argb.isNull())
-        MagickConstituteImage(wand, size_t(argb.width()), size_t(argb.height()), "BGRA", CharPixel, argb.constBits());
+        checked(wand,
+                MagickConstituteImage(wand, size_t(argb.width()), size_t(argb.height()), "BGRA", CharPixel,
+                                      argb.constBits()),
+                "MagickConstituteImage");
     if (mySignalizer)
         mySignalizer->start();
     // A wand without image (null source, or an allocation ImageMagick refused) has no monitor.
@@ -124,7 +134,8 @@ QImage ZelMagickWandWrapper::fromMagickWand(MagickWand* wand) const
     QImage image(int(width), int(height), QImage::Format_ARGB32);
     if (image.isNull())
         return image;
-    MagickExportImagePixels(wand, 0, 0, width, height, "BGRA", CharPixel, image.bits());
+    checked(wand, MagickExportImagePixels(wand, 0, 0, width, height, "BGRA", CharPixel, image.bits()),
+            "MagickExportImagePixels");
     return image;
 }
 
@@ -143,6 +154,23 @@ QImage ZelMagickWandWrapper::getImageFromWand(MagickWand* wand) const
         return QImage();
     qDebug("ZelMagickWandWrapper::arc not cancelled, doing fromMagickWand");
     return consumeWand(wand);
+}
+
+bool ZelMagickWandWrapper::checked(MagickWand* wand, MagickBooleanType status, const char* call) const
+{
+    if (status != MagickFalse)
+        return true;
+    // A cancel stops ImageMagick through the monitor; its result is dropped anyway.
+    if (mySignalizer && mySignalizer->cancelled())
+        return false;
+    if (zelMagick().isWarningEnabled()) {
+        ExceptionType severity = UndefinedException;
+        char* reason = MagickGetException(wand, &severity);
+        warnMagickFailure(call, reason, nullptr);
+        MagickRelinquishMemory(reason);
+    }
+    MagickClearException(wand);
+    return false;
 }
 
 void ZelMagickWandWrapper::setTransparentBackground(MagickWand* wand)
@@ -166,7 +194,7 @@ QImage ZelMagickWandWrapper::sketch(const QImage& image, double radius, double s
 QImage ZelMagickWandWrapper::motionBlur(const QImage& image, double sigma, double angle) const
 {
     MagickWand* wand = createWand(image);
-    MagickMotionBlurImage(wand, 6 * sigma, sigma, angle);
+    checked(wand, MagickMotionBlurImage(wand, 6 * sigma, sigma, angle), "MagickMotionBlurImage");
     return getImageFromWand(wand);
 }
 
@@ -177,8 +205,9 @@ QImage ZelMagickWandWrapper::sepia(const QImage& image, double percent) const
     MagickGetQuantumDepth(&depth);
     const int maxVal = static_cast<int>(std::pow(2.0, double(depth)) - 1.0);
     qDebug() << "maxVal : " << maxVal;
-    MagickQuantizeImages(wand, size_t(maxVal), GRAYColorspace, 0, MagickTrue, MagickFalse);
-    MagickSepiaToneImage(wand, maxVal * percent / 100.0);
+    checked(wand, MagickQuantizeImages(wand, size_t(maxVal), GRAYColorspace, 0, MagickTrue, MagickFalse),
+            "MagickQuantizeImages");
+    checked(wand, MagickSepiaToneImage(wand, maxVal * percent / 100.0), "MagickSepiaToneImage");
     return getImageFromWand(wand);
 }
 
@@ -195,43 +224,44 @@ QImage ZelMagickWandWrapper::arc(const QImage& image, double arcAngle, double ro
 
     MagickWand* wand = createWand(image);
     setTransparentBackground(wand);
-    MagickDistortImage(wand, ArcDistortion, 4, arguments, MagickTrue);
+    checked(wand, MagickDistortImage(wand, ArcDistortion, 4, arguments, MagickTrue), "MagickDistortImage");
     return getImageFromWand(wand);
 }
 
 QImage ZelMagickWandWrapper::posterize(const QImage& image, int levels, bool dither) const
 {
     MagickWand* wand = createWand(image);
-    MagickPosterizeImage(wand, size_t(qMax(levels, 0)), dither ? MagickTrue : MagickFalse);
+    checked(wand, MagickPosterizeImage(wand, size_t(qMax(levels, 0)), dither ? MagickTrue : MagickFalse),
+            "MagickPosterizeImage");
     return getImageFromWand(wand);
 }
 
 QImage ZelMagickWandWrapper::oilPainting(const QImage& image, double radius) const
 {
     MagickWand* wand = createWand(image);
-    MagickOilPaintImage(wand, radius);
+    checked(wand, MagickOilPaintImage(wand, radius), "MagickOilPaintImage");
     return getImageFromWand(wand);
 }
 
 QImage ZelMagickWandWrapper::emboss(const QImage& image, double radius, double sigma) const
 {
     MagickWand* wand = createWand(image);
-    MagickQuantizeImages(wand, 256, GRAYColorspace, 0, MagickTrue, MagickFalse);
-    MagickEmbossImage(wand, radius, sigma);
+    checked(wand, MagickQuantizeImages(wand, 256, GRAYColorspace, 0, MagickTrue, MagickFalse), "MagickQuantizeImages");
+    checked(wand, MagickEmbossImage(wand, radius, sigma), "MagickEmbossImage");
     return getImageFromWand(wand);
 }
 
 QImage ZelMagickWandWrapper::charcoal(const QImage& image, double radius, double sigma) const
 {
     MagickWand* wand = createWand(image);
-    MagickCharcoalImage(wand, radius, 5 * sigma);
+    checked(wand, MagickCharcoalImage(wand, radius, 5 * sigma), "MagickCharcoalImage");
     return getImageFromWand(wand);
 }
 
 QImage ZelMagickWandWrapper::implode(const QImage& image, double amount) const
 {
     MagickWand* wand = createWand(image);
-    MagickImplodeImage(wand, amount);
+    checked(wand, MagickImplodeImage(wand, amount), "MagickImplodeImage");
     return getImageFromWand(wand);
 }
 
@@ -243,14 +273,14 @@ QImage ZelMagickWandWrapper::explode(const QImage& image, double amount) const
 QImage ZelMagickWandWrapper::shade(const QImage& image) const
 {
     MagickWand* wand = createWand(image);
-    MagickShadeImage(wand, MagickTrue, 45.0, 30.0);
+    checked(wand, MagickShadeImage(wand, MagickTrue, 45.0, 30.0), "MagickShadeImage");
     return getImageFromWand(wand);
 }
 
 QImage ZelMagickWandWrapper::swirl(const QImage& image, double degrees) const
 {
     MagickWand* wand = createWand(image);
-    MagickSwirlImage(wand, degrees);
+    checked(wand, MagickSwirlImage(wand, degrees), "MagickSwirlImage");
     return getImageFromWand(wand);
 }
 
@@ -258,42 +288,42 @@ QImage ZelMagickWandWrapper::wave(const QImage& image, double waveLength, double
 {
     MagickWand* wand = createWand(image);
     setTransparentBackground(wand);
-    MagickWaveImage(wand, amplitude, waveLength);
+    checked(wand, MagickWaveImage(wand, amplitude, waveLength), "MagickWaveImage");
     return getImageFromWand(wand);
 }
 
 QImage ZelMagickWandWrapper::grayscale(const QImage& image) const
 {
     MagickWand* wand = createWand(image);
-    MagickQuantizeImages(wand, 256, GRAYColorspace, 0, MagickTrue, MagickFalse);
+    checked(wand, MagickQuantizeImages(wand, 256, GRAYColorspace, 0, MagickTrue, MagickFalse), "MagickQuantizeImages");
     return getImageFromWand(wand);
 }
 
 QImage ZelMagickWandWrapper::blackWhite(const QImage& image) const
 {
     MagickWand* wand = createWand(image);
-    MagickQuantizeImage(wand, 2, GRAYColorspace, 0, MagickTrue, MagickFalse);
+    checked(wand, MagickQuantizeImage(wand, 2, GRAYColorspace, 0, MagickTrue, MagickFalse), "MagickQuantizeImage");
     return getImageFromWand(wand);
 }
 
 QImage ZelMagickWandWrapper::equalize(const QImage& image) const
 {
     MagickWand* wand = createWand(image);
-    MagickEqualizeImage(wand);
+    checked(wand, MagickEqualizeImage(wand), "MagickEqualizeImage");
     return getImageFromWand(wand);
 }
 
 QImage ZelMagickWandWrapper::gammaCorrection(const QImage& image, double gamma) const
 {
     MagickWand* wand = createWand(image);
-    MagickGammaImage(wand, gamma);
+    checked(wand, MagickGammaImage(wand, gamma), "MagickGammaImage");
     return getImageFromWand(wand);
 }
 
 QImage ZelMagickWandWrapper::adjustHSB(const QImage& image, double hue, double saturation, double brightness) const
 {
     MagickWand* wand = createWand(image);
-    MagickModulateImage(wand, brightness, saturation, hue);
+    checked(wand, MagickModulateImage(wand, brightness, saturation, hue), "MagickModulateImage");
     return getImageFromWand(wand);
 }
 
@@ -301,15 +331,18 @@ QImage ZelMagickWandWrapper::adjustContrast(const QImage& image, double contrast
 {
     MagickWand* wand = createWand(image);
     if (contrast != 0)
-        MagickSigmoidalContrastImage(wand, contrast > 0 ? MagickTrue : MagickFalse, contrast / 10, contrast / 20);
-    MagickGammaImage(wand, gamma);
+        checked(wand,
+                MagickSigmoidalContrastImage(wand, contrast > 0 ? MagickTrue : MagickFalse, contrast / 10,
+                                             contrast / 20),
+                "MagickSigmoidalContrastImage");
+    checked(wand, MagickGammaImage(wand, gamma), "MagickGammaImage");
     return getImageFromWand(wand);
 }
 
 QImage ZelMagickWandWrapper::dropShadow(const QImage& image, double opacity, double sigma, int x, int y) const
 {
     MagickWand* wand = createWand(image);
-    MagickShadowImage(wand, opacity, sigma, x, y);
+    checked(wand, MagickShadowImage(wand, opacity, sigma, x, y), "MagickShadowImage");
     return getImageFromWand(wand);
 }
 
@@ -321,12 +354,16 @@ QImage ZelMagickWandWrapper::compare(const QImage& a, const QImage& b, double& a
     QImage difference;
     if (MagickWand* differenceWand = MagickCompareImages(wandA, wandB, AbsoluteErrorMetric, &absoluteError))
         difference = consumeWand(differenceWand);
+    else
+        checked(wandA, MagickFalse, "MagickCompareImages");
     Image* imageA = GetImageFromMagickWand(wandA);
     const Image* imageB = GetImageFromMagickWand(wandB);
     if (imageA && imageB) {
         ExceptionInfo* exception = AcquireExceptionInfo();
-        GetImageDistortion(imageA, imageB, MeanAbsoluteErrorMetric, &meanAbsoluteError, exception);
-        GetImageDistortion(imageA, imageB, PeakAbsoluteErrorMetric, &peakAbsoluteError, exception);
+        if (!GetImageDistortion(imageA, imageB, MeanAbsoluteErrorMetric, &meanAbsoluteError, exception))
+            warnMagickFailure("GetImageDistortion", exception->reason, exception->description);
+        if (!GetImageDistortion(imageA, imageB, PeakAbsoluteErrorMetric, &peakAbsoluteError, exception))
+            warnMagickFailure("GetImageDistortion", exception->reason, exception->description);
         DestroyExceptionInfo(exception);
     }
     DestroyMagickWand(wandA);
@@ -342,13 +379,13 @@ QImage ZelMagickWandWrapper::blur(const QImage& image, int softness, int blurRad
         const bool cancelAllowed = !mySignalizer || mySignalizer->cancelAllowed();
         if (mySignalizer)
             mySignalizer->setCancelAllowed(false);
-        MagickBlurImageChannel(wand, kAllChannels, 1.5 * blurRadius, blurRadius);
+        checked(wand, MagickBlurImageChannel(wand, kAllChannels, 1.5 * blurRadius, blurRadius), "MagickBlurImageChannel");
         if (mySignalizer)
             mySignalizer->setCancelAllowed(cancelAllowed);
     }
     const auto cancelled = [this] { return mySignalizer && mySignalizer->cancelled(); };
     if (fade > 0 && !cancelled())
-        MagickModulateImage(wand, 100, 100 - 10.0 * fade, 100);
+        checked(wand, MagickModulateImage(wand, 100, 100 - 10.0 * fade, 100), "MagickModulateImage");
     if (cancelled())
         return QImage();
     QImage blurred = consumeWand(wand);

@@ -16,6 +16,8 @@ class ZelProgressSignalizer;
 // constants while ImageMagick's progress monitor feeds the signalizer, and converts the result
 // back. A cancel through the signalizer stops the running operation at its next progress report;
 // the operation then returns a null image and leaves its wand alive (see getImageFromWand()).
+// An ImageMagick call that fails leaves the wand's picture as it was, and the operation returns
+// that picture; the failure is told through the zel.magick logging category (see checked()).
 //
 // ImageMagick is started once per process (thread-safe) and limited to one thread, so that it
 // computes, and reports progress, on the caller's thread.
@@ -68,6 +70,10 @@ public:
     QImage blur(const QImage& image, int softness, int blurRadius, int fade) const;
 
 private:
+    // Whether the ImageMagick call that returned status succeeded. A failure that no cancel caused
+    // is told through the zel.magick logging category with ImageMagick's reason; the wand's
+    // exception is cleared, so that a later failure is told with its own.
+    bool checked(MagickWand* wand, MagickBooleanType status, const char* call) const;
     // Background "#ffffff" with alpha 0 and the constant virtual-pixel method, for operations
     // that uncover area outside the picture.
     static void setTransparentBackground(MagickWand* wand);

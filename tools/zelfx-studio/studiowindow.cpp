@@ -2,6 +2,7 @@
 
 #include "effectcatalog.h"
 #include "effectsettings.h"
+#include "imagefiles.h"
 #include "previewworker.h"
 #include "showcase.h"
 
@@ -219,18 +220,24 @@ void StudioWindow::updateTitle()
 
 bool StudioWindow::openPhoto(const QString& path)
 {
-    QImageReader reader(path);
-    reader.setAutoTransform(true);
-    const QImage photo = reader.read();
-    if (photo.isNull()) {
-        statusBar()->showMessage(tr("Cannot open %1: %2").arg(path, reader.errorString()));
-        return false;
-    }
+    const QString reason = openPhotoOrReason(path);
+    if (!reason.isEmpty())
+        statusBar()->showMessage(reason);
+    return reason.isEmpty();
+}
+
+QString StudioWindow::openPhotoOrReason(const QString& path)
+{
+    // zelfx's reader: a truncated JPEG that Qt decodes in part is refused, not shown half grey.
+    QImage photo;
+    QString reason;
+    if (!readImageFile(path, &photo, &reason, true))
+        return tr("Cannot open %1: %2").arg(path, reason);
     myPhotoPath = path;
     myUndoStack->clear();
     showPhoto(photo.convertToFormat(QImage::Format_ARGB32));
     updateTitle();
-    return true;
+    return QString();
 }
 
 bool StudioWindow::savePhoto(const QString& path)
@@ -443,8 +450,11 @@ bool StudioWindow::loadSettings(const QString& path)
 void StudioWindow::openPhotoDialog()
 {
     const QString path = QFileDialog::getOpenFileName(this, tr("Open Photo"), QString(), imageFileFilter());
-    if (!path.isEmpty())
-        openPhoto(path);
+    if (path.isEmpty())
+        return;
+    const QString reason = openPhotoOrReason(path);
+    if (!reason.isEmpty())
+        QMessageBox::warning(this, tr("Open Photo"), reason);
 }
 
 void StudioWindow::savePhotoDialog()

@@ -30,7 +30,12 @@ public:
     explicit StudioWindow(QWidget* parent = nullptr);
     ~StudioWindow() override;
 
+    // False, with the reason in the status bar, when the file is no whole picture; the photo
+    // shown stays.
     bool openPhoto(const QString& path);
+    // As openPhoto, but returns the reason, naming the file (empty when opened), and shows it
+    // nowhere: the open dialog puts it in a message box.
+    QString openPhotoOrReason(const QString& path);
     bool savePhoto(const QString& path);
     // By short name ("DropShadow"); shows the effect's panel with its showcase settings.
     bool selectEffect(const QString& shortName);

@@ -26,7 +26,7 @@ EffectRunner::EffectRunner(ZelImageProcessor* effect, const QImage& photo, const
     , myPhoto(photo)
     , myOptions(options)
     // Trace lines and a redrawn bar would garble each other.
-    , myShowsProgressBar(stderrIsTerminal() && !options.trace)
+    , myShowsProgressBar(options.progressBar && stderrIsTerminal() && !options.trace)
 {
     // Threaded, progress comes through the converter, and the effect's other signals are queued
     // to this thread behind the progress the converter relays.

@@ -20,6 +20,7 @@ struct RunOptions
     int cancelAfter = 0; // 0: never
     bool time = false;
     bool threaded = false; // only with Output::Result
+    bool progressBar = true; // on a terminal; batch draws one bar of its own instead
 };
 
 // Runs an effect the way apply's options ask: traces its signals on stderr, cancels it from

@@ -2,7 +2,9 @@
 
 #include "console.h"
 #include "effects.h"
+#include "apply.h"
 #include "imagefiles.h"
+#include "messagecapture.h"
 #include "options.h"
 #include "showcase.h"
 
@@ -69,7 +71,8 @@ QList<QImage> copiesOf(const QImage& image)
     return images;
 }
 
-// The readable pictures in the folder of inputPath (the input among them), by name.
+// The readable pictures in the folder of inputPath (the input among them), by name; the others
+// are named on stderr.
 QStringList photosBeside(const QString& inputPath)
 {
     const QDir folder = QFileInfo(inputPath).absoluteDir();
@@ -78,9 +81,15 @@ QStringList photosBeside(const QString& inputPath)
         patterns << QStringLiteral("*.") + QString::fromLatin1(format);
     QStringList photos;
     for (const QString& name : folder.entryList(patterns, QDir::Files, QDir::Name)) {
+        // Read whole, so that a damaged photo is left out here rather than decoded in part by
+        // the effect.
         const QString path = folder.filePath(name);
-        if (QImageReader(path).canRead())
+        QImage photo;
+        QString reason;
+        if (readImageFile(path, &photo, &reason))
             photos << path;
+        else
+            printErr(QStringLiteral("zelfx: gallery: leaving out %1 beside the input: %2\n").arg(path, reason));
     }
     return photos;
 }
@@ -147,8 +156,13 @@ GalleryEntry renderEffect(const QMetaObject* meta, const QImage& input, const QS
 
     QElapsedTimer timer;
     timer.start();
+    const MessageCapture magickFailures(isMagickFailure);
     const QImage result = effect->result();
     entry.milliseconds = timer.nsecsElapsed() / 1e6;
+    if (!magickFailures.messages().isEmpty()) {
+        entry.failure = QStringLiteral("failed in ImageMagick: ") + magickFailures.messages().join(QStringLiteral("; "));
+        return entry;
+    }
     if (result.isNull()) {
         entry.failure = QStringLiteral("returned a null image");
         return entry;

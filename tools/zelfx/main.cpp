@@ -1,4 +1,5 @@
 #include "apply.h"
+#include "batch.h"
 #include "bench.h"
 #include "console.h"
 #include "describe.h"
@@ -17,6 +18,8 @@ const char synopsis[] =
     "       zelfx describe EFFECT [--json]\n"
     "       zelfx settings EFFECT [--set KEY=VALUE]... [--set-ui KEY=VALUE]... [--settings FILE]\n"
     "       zelfx apply EFFECT INPUT OUTPUT [options]\n"
+    "       zelfx batch EFFECT OUTDIR INPUT... [--jobs N] [--overwrite] [--format FMT] [--set ...] [--set-ui ...]\n"
+    "                   [--settings ...] [--call ...] [--chain ...]\n"
     "       zelfx gallery INPUT OUTDIR\n"
     "       zelfx bench EFFECT [--size WxH] [--repeat N] [--set ...] [--set-ui ...] [--settings ...] [--call ...]\n";
 
@@ -32,7 +35,21 @@ const char optionHelp[] =
     "  --cancel-after N      cancel the effect from inside its N-th progress signal\n"
     "  --chain STEPS         for Composer: run the steps EFFECT[:KEY=VALUE]...;EFFECT... in order\n"
     "  --time                print the time of the computation\n"
-    "  --threaded            compute the result on a ZelPhotoConverter's thread; Ctrl-C cancels it\n";
+    "  --threaded            compute the result on a ZelPhotoConverter's thread; Ctrl-C cancels it\n"
+    "batch: apply's --set, --set-ui, --settings, --call and --chain to every INPUT, several at once;\n"
+    "  each INPUT becomes OUTDIR/NAME.EXT (NAME without its last suffix, EXT the input's when Qt\n"
+    "  writes that format, else png). Inputs are never overwritten; a photo that fails is reported\n"
+    "  and the others go on; the status is that of the first failed INPUT.\n"
+    "  --jobs N              photos computed at once (default: one per core)\n"
+    "  --overwrite           replace existing outputs (else they are reported and left alone)\n"
+    "  --format FMT          write every output in FMT (png, jpg, ...)\n"
+    "Input files that are missing, empty, directories, no image, or damaged or truncated (also when\n"
+    "Qt could decode part of them) are refused, naming the file; no output is written then.\n"
+    "exit status:\n"
+    "  0 success   2 usage, effect or parameter error   3 input unreadable\n"
+    "  4 output unwritable, or it would replace an input (or, without --overwrite, a file)\n"
+    "  5 the effect returned no image (too large to allocate, or refused)\n"
+    "  6 ImageMagick refused or failed the effect's operation (apply, batch; gallery goes on)\n";
 
 // Without a display, Qt's default platform plugin would abort the tool.
 void selectOffscreenPlatformWithoutDisplay()
@@ -45,11 +62,15 @@ void selectOffscreenPlatformWithoutDisplay()
 }
 
 // The library writes debug lines for its own maintainers (every ImageMagick operation says so
-// when it ends); a user sees them only on request. QT_LOGGING_RULES still overrides both.
+// when it ends); a user sees them only on request. ImageMagick's refusals and failures, off in
+// the library by default, are on: apply, batch and gallery catch them and report the failure.
+// QT_LOGGING_RULES still overrides these rules.
 void showLibraryDebugMessages(bool show)
 {
-    QLoggingCategory::setFilterRules(show ? QStringLiteral("default.debug=true\nzel.*.debug=true")
-                                          : QStringLiteral("default.debug=false"));
+    const QString magick = QStringLiteral("\nzel.magick.warning=true\nzel.magick.critical=true");
+    QLoggingCategory::setFilterRules((show ? QStringLiteral("default.debug=true\nzel.*.debug=true")
+                                           : QStringLiteral("default.debug=false"))
+                                     + magick);
 }
 
 Status dispatch(const QStringList& arguments)
@@ -66,6 +87,8 @@ Status dispatch(const QStringList& arguments)
         return runSettings(rest);
     if (command == QLatin1String("apply"))
         return runApply(rest);
+    if (command == QLatin1String("batch"))
+        return runBatch(rest);
     if (command == QLatin1String("gallery"))
         return runGallery(rest);
     if (command == QLatin1String("bench"))

@@ -2,6 +2,7 @@
 
 #include "valueconversion.h"
 
+#include <QImageWriter>
 #include <QVariant>
 
 namespace {
@@ -127,6 +128,21 @@ const OptionDefinition optionDefinitions[] = {
              return threadedExcludesPreviews();
          c->run.threaded = true;
          return Status::success();
+     }},
+    {"--jobs", AcceptBatchOptions, true,
+     [](const QString& v, CommandLine* c) { return parsePositiveCount("--jobs", v, &c->jobs); }},
+    {"--overwrite", AcceptBatchOptions, false,
+     [](const QString&, CommandLine* c) {
+         c->overwrite = true;
+         return Status::success();
+     }},
+    {"--format", AcceptBatchOptions, true,
+     [](const QString& v, CommandLine* c) {
+         c->format = v.trimmed().toLower().toLatin1();
+         if (QImageWriter::supportedImageFormats().contains(c->format))
+             return Status::success();
+         return Status::usageError(QStringLiteral("--format: cannot write \"%1\"; writable formats: %2")
+                                       .arg(v, QString::fromLatin1(QImageWriter::supportedImageFormats().join(", "))));
      }},
     {"--size", AcceptBenchOptions, true,
      [](const QString& v, CommandLine* c) { return parsePositiveSize("--size", v, &c->benchSize); }},

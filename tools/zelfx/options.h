@@ -5,6 +5,7 @@
 #include "parameteroptions.h"
 #include "status.h"
 
+#include <QByteArray>
 #include <QList>
 #include <QSize>
 #include <QStringList>
@@ -20,6 +21,9 @@ struct CommandLine
     bool benchList = false;
     QString chain;
     bool hasChain = false;
+    int jobs = 0; // 0: as many as the machine has cores
+    bool overwrite = false;
+    QByteArray format; // empty: by the input's suffix
 };
 
 // Which options a command takes.
@@ -30,6 +34,7 @@ enum OptionGroup {
     AcceptRunOptions = 0x08,       // --preview, --section, --trace, --cancel-after, --time, --threaded
     AcceptBenchOptions = 0x10,     // --size, --repeat
     AcceptChain = 0x20,            // --chain
+    AcceptBatchOptions = 0x40,     // --jobs, --overwrite, --format
 };
 
 // Options may stand anywhere; every other argument is positional. Option values are checked here

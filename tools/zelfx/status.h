@@ -9,7 +9,8 @@ enum ExitCode {
     ExitUsage = 2, // usage, effect or parameter error
     ExitInputUnreadable = 3,
     ExitOutputUnwritable = 4,
-    ExitNullImage = 5,
+    ExitNullImage = 5,       // the effect returned no image (too large to allocate, or refused)
+    ExitEffectFailed = 6,    // ImageMagick refused or failed the effect's operation
 };
 
 // The outcome of one step of a command: success, or an exit code with its message for stderr.

@@ -114,7 +114,11 @@ MagickWand* ZelMagickWandWrapper::createWand(const QImage& image) const
 {
     MagickWand* wand = NewMagickWand();
     gWandsCreated.fetch_add(1, std::memory_order_relaxed);
-    toMagickWand(magickCanHold(image.size()) ? image : QImage(), wand);
+    const bool held = magickCanHold(image.size());
+    if (!held)
+        qCWarning(zelMagick, "ImageMagick cannot hold a picture of %d x %d pixels under its resource limits; "
+                  "the result is null", image.width(), image.height());
+    toMagickWand(held ? image : QImage(), wand);
     return wand;
 }
 

@@ -3,11 +3,13 @@
 BUILD_DIR ?= build
 ASAN_DIR  ?= build-asan
 TSAN_DIR  ?= build-tsan
+FUZZ_DIR  ?= build-fuzz
 PREFIX    ?= /usr/local
 JOBS      ?= $(shell nproc)
 ZELFX      = $(BUILD_DIR)/tools/zelfx/zelfx
 
-.PHONY: all deps build demo test test-asan test-tsan bench install clean studio-build studio screenshot
+.PHONY: all deps build demo test test-asan test-tsan bench install clean studio-build studio screenshot \
+        fuzz-build fuzz fuzz-smoke
 
 all: build
 
@@ -41,6 +43,7 @@ screenshot: studio-build
 
 test: build
 	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
+	@$(MAKE) --no-print-directory fuzz-smoke
 
 test-asan: deps
 	@cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE=ON >/dev/null
@@ -59,6 +62,24 @@ test-tsan: deps
 	@cmake --build $(TSAN_DIR) -j $(JOBS) --target $(TSAN_TESTS)
 	@cd $(TSAN_DIR) && ctest --output-on-failure -j $(JOBS) -R '^($(subst $(space),|,$(TSAN_TESTS)))$$'
 
+# libFuzzer targets (fuzz/): clang, every library instrumented with ASan and UBSan, leaks reported.
+FUZZ_TARGETS = fuzz_parameter_xml fuzz_container_xml fuzz_zelfx_settings fuzz_effect_image
+FUZZ_RUNS ?= 100000
+FUZZ_SMOKE_SECONDS ?= 5
+
+fuzz-build: deps
+	@cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DCMAKE_CXX_COMPILER=clang++ -DZEL_FUZZ=ON -DZEL_BUILD_TESTS=OFF >/dev/null
+	@cmake --build $(FUZZ_DIR) -j $(JOBS) --target $(FUZZ_TARGETS)
+
+# FUZZ_RUNS inputs per target.
+fuzz: fuzz-build
+	@bash fuzz/run.sh $(FUZZ_DIR) -runs=$(FUZZ_RUNS)
+
+# A few seconds per target; part of `make test`.
+fuzz-smoke: fuzz-build
+	@bash fuzz/run.sh $(FUZZ_DIR) -max_total_time=$(FUZZ_SMOKE_SECONDS)
+
 bench: build
 	@ZEL_TOOLKIT_BENCH=$(BUILD_DIR)/bench/zel_toolkit_bench bash bench/run.sh $(ZELFX)
 
@@ -66,4 +87,4 @@ install: build
 	@cmake --install $(BUILD_DIR) --prefix $(PREFIX)
 
 clean:
-	@rm -rf $(BUILD_DIR) $(ASAN_DIR) $(TSAN_DIR)
+	@rm -rf $(BUILD_DIR) $(ASAN_DIR) $(TSAN_DIR) $(FUZZ_DIR)

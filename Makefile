@@ -63,13 +63,14 @@ test-tsan: deps
 	@cd $(TSAN_DIR) && ctest --output-on-failure -j $(JOBS) -R '^($(subst $(space),|,$(TSAN_TESTS)))$$'
 
 # libFuzzer targets (fuzz/): clang, every library instrumented with ASan and UBSan, leaks reported.
+# CXX chooses the compiler when the build directory is first configured.
 FUZZ_TARGETS = fuzz_parameter_xml fuzz_container_xml fuzz_zelfx_settings fuzz_effect_image
 FUZZ_RUNS ?= 100000
 FUZZ_SMOKE_SECONDS ?= 5
 
 fuzz-build: deps
-	@cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-	  -DCMAKE_CXX_COMPILER=clang++ -DZEL_FUZZ=ON -DZEL_BUILD_TESTS=OFF >/dev/null
+	@CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEL_FUZZ=ON \
+	  -DZEL_BUILD_TESTS=OFF >/dev/null
 	@cmake --build $(FUZZ_DIR) -j $(JOBS) --target $(FUZZ_TARGETS)
 
 # FUZZ_RUNS inputs per target.

@@ -77,9 +77,9 @@ fuzz-build: deps
 fuzz: fuzz-build
 	@bash fuzz/run.sh $(FUZZ_DIR) -runs=$(FUZZ_RUNS)
 
-# A few seconds per target; part of `make test`.
+# A few seconds per target, from the seed corpus; part of `make test`.
 fuzz-smoke: fuzz-build
-	@bash fuzz/run.sh $(FUZZ_DIR) -max_total_time=$(FUZZ_SMOKE_SECONDS)
+	@ZEL_FUZZ_FRESH=1 bash fuzz/run.sh $(FUZZ_DIR) -max_total_time=$(FUZZ_SMOKE_SECONDS)
 
 bench: build
 	@ZEL_TOOLKIT_BENCH=$(BUILD_DIR)/bench/zel_toolkit_bench bash bench/run.sh $(ZELFX)

@@ -7,6 +7,8 @@
 # The corpus in fuzz/corpus/<target> seeds each run and is never written: new inputs go to
 # BUILD_DIR/fuzz/corpus/<target>, crashes and leaks to BUILD_DIR/fuzz/artifacts/<target>/,
 # the full output to BUILD_DIR/fuzz/logs/<target>.log. Exits non-zero when a target fails.
+# With ZEL_FUZZ_FRESH=1 the inputs of earlier runs are left out and new ones thrown away: libFuzzer
+# replays its whole corpus before the time limit counts, so short runs start from the seeds alone.
 set -uo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
@@ -29,6 +31,10 @@ export UBSAN_OPTIONS="print_stacktrace=1:${UBSAN_OPTIONS:-}"
 status=0
 for target in "${targets[@]}"; do
   work="$build/fuzz/corpus/$target"
+  if [[ "${ZEL_FUZZ_FRESH:-0}" == 1 ]]; then
+    work="$build/fuzz/fresh/$target"
+    rm -rf "$work"
+  fi
   artifacts="$build/fuzz/artifacts/$target"
   log="$build/fuzz/logs/$target.log"
   mkdir -p "$work" "$artifacts" "$(dirname "$log")"

@@ -3,12 +3,13 @@
 BUILD_DIR ?= build
 ASAN_DIR  ?= build-asan
 TSAN_DIR  ?= build-tsan
+FUZZ_DIR  ?= build-fuzz
 PREFIX    ?= /usr/local
 JOBS      ?= $(shell nproc)
 ZELFX      = $(BUILD_DIR)/tools/zelfx/zelfx
 
 .PHONY: all deps build demo test test-asan test-tsan bench install clean studio-build studio screenshot \
-        stress stress-tsan large
+        stress stress-tsan large fuzz-build fuzz fuzz-smoke
 
 all: build
 
@@ -42,6 +43,7 @@ screenshot: studio-build
 
 test: build
 	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
+	@$(MAKE) --no-print-directory fuzz-smoke
 
 test-asan: deps
 	@cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE=ON >/dev/null
@@ -88,6 +90,25 @@ large: deps
 	@cmake --build $(BUILD_DIR) -j $(JOBS) --target zelfx
 	@OUT=$(BUILD_DIR)/large.md WORK=$(BUILD_DIR)/large nice bash scripts/large.sh $(ZELFX) $(LARGE_SIZES)
 
+# libFuzzer targets (fuzz/): clang, every library instrumented with ASan and UBSan, leaks reported.
+# CXX chooses the compiler when the build directory is first configured.
+FUZZ_TARGETS = fuzz_parameter_xml fuzz_container_xml fuzz_zelfx_settings fuzz_effect_image
+FUZZ_RUNS ?= 100000
+FUZZ_SMOKE_SECONDS ?= 5
+
+fuzz-build: deps
+	@CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEL_FUZZ=ON \
+	  -DZEL_BUILD_TESTS=OFF >/dev/null
+	@cmake --build $(FUZZ_DIR) -j $(JOBS) --target $(FUZZ_TARGETS)
+
+# FUZZ_RUNS inputs per target.
+fuzz: fuzz-build
+	@bash fuzz/run.sh $(FUZZ_DIR) -runs=$(FUZZ_RUNS)
+
+# A few seconds per target, from the seed corpus; part of `make test`.
+fuzz-smoke: fuzz-build
+	@ZEL_FUZZ_FRESH=1 bash fuzz/run.sh $(FUZZ_DIR) -max_total_time=$(FUZZ_SMOKE_SECONDS)
+
 bench: build
 	@ZEL_TOOLKIT_BENCH=$(BUILD_DIR)/bench/zel_toolkit_bench bash bench/run.sh $(ZELFX)
 
@@ -95,4 +116,4 @@ install: build
 	@cmake --install $(BUILD_DIR) --prefix $(PREFIX)
 
 clean:
-	@rm -rf $(BUILD_DIR) $(ASAN_DIR) $(TSAN_DIR)
+	@rm -rf $(BUILD_DIR) $(ASAN_DIR) $(TSAN_DIR) $(FUZZ_DIR)

@@ -15,6 +15,11 @@ packages=(
   libbenchmark-dev
   xvfb
   xauth
+  # The fuzz targets: clang, and the runtimes of -fsanitize=fuzzer,address,undefined, which
+  # clang only recommends. llvm brings llvm-symbolizer for readable sanitizer stacks.
+  clang
+  libclang-rt-14-dev
+  llvm
 )
 
 missing=()

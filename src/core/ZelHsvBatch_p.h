@@ -25,6 +25,14 @@ void zelSetBatchAvx2Allowed(bool allowed);
 #define ZEL_HAVE_AVX2_PATH 0
 #endif
 
+namespace ZelBatch {
+
+// Tables read by gather() hold this many entries beyond their last index: the AVX2 gather reads
+// four bytes per entry. The tables are built alike where the AVX2 path is not compiled (clang).
+constexpr int kGatherPadding = 4;
+
+} // namespace ZelBatch
+
 #if ZEL_HAVE_AVX2_PATH
 #include <immintrin.h>
 
@@ -42,10 +50,6 @@ namespace ZelBatch {
 constexpr int kLanes = 8;
 typedef int32_t Ints __attribute__((vector_size(32)));
 typedef float Floats __attribute__((vector_size(32)));
-
-// Tables read by gather() hold this many entries beyond their last index: the AVX2 gather reads
-// four bytes per entry.
-constexpr int kGatherPadding = 4;
 
 ZEL_BATCH_INLINE Ints load(const void* words)
 {

@@ -65,12 +65,20 @@ signals:
     void finished(bool flag);
 
 protected:
+    friend class ZelImageProcessorImpl;
+
     // Every effect constructor ends here: impl, which this object owns from now on, replaces the
     // current implementation (the placeholder made above, or a base effect's) and its three
     // signals are relayed as this object's.
     void installImplementation(ZelImageProcessorImpl* impl);
 
     ZelImageProcessorImpl* myImpl;
+
+private:
+    // Whether anything receives this object's progress; cheap enough to ask once per report.
+    bool progressConnected() const;
+    // The relay of the implementation's progress as this object's, counted by the implementation.
+    void connectProgressRelay();
 };
 
 #endif

@@ -2,6 +2,8 @@
 #include "ZelParameterDescriptionNumber.h"
 #include "ZelProgressSignalizer.h"
 
+#include <QMetaMethod>
+
 #include <memory>
 
 ZelImageProcessorImpl::ZelImageProcessorImpl(const QString& effectName)
@@ -132,7 +134,7 @@ bool ZelImageProcessorImpl::sourceImageIs8BitIndexedFormat() const
 
 ZelMagickWandWrapper ZelImageProcessorImpl::createMagickWandWrapper() const
 {
-    return ZelMagickWandWrapper(myProgressSignalizer);
+    return ZelMagickBareScope::active() ? ZelMagickWandWrapper::bare() : ZelMagickWandWrapper(myProgressSignalizer);
 }
 
 QImage ZelImageProcessorImpl::applySubProcessor(ZelImageProcessor* sub)
@@ -183,6 +185,7 @@ static constexpr auto kDirectUnique = Qt::ConnectionType(Qt::DirectConnection | 
 
 void ZelImageProcessorImpl::connectProgressSignalizer()
 {
+    myProgressTitleKnown = false;
     connect(myProgressSignalizer, &ZelProgressSignalizer::progressChanged, this,
             &ZelImageProcessorImpl::emitProgress, kDirectUnique);
     connect(this, &ZelImageProcessorImpl::operationCanceled, myProgressSignalizer,
@@ -224,7 +227,34 @@ void ZelImageProcessorImpl::setMaximumPriority(QThread::Priority priority)
 
 void ZelImageProcessorImpl::emitProgress(int current, int total)
 {
-    emit progress(progressTitle(), progressStep(), current, total);
+    if (!progressObserved())
+        return;
+    if (!myProgressTitleKnown) {
+        myProgressTitle = progressTitle();
+        myProgressTitleKnown = true;
+    }
+    emit progress(myProgressTitle, progressStep(), current, total);
+}
+
+bool ZelImageProcessorImpl::progressObserved() const
+{
+    if (myPublic && myPublic->progressConnected())
+        return true;
+    if (!myProgressReceiversKnown.exchange(true, std::memory_order_acq_rel))
+        myProgressReceivers.store(receivers(SIGNAL(progress(QString, QString, int, int))), std::memory_order_relaxed);
+    return myProgressReceivers.load(std::memory_order_relaxed) > myProgressRelays.load(std::memory_order_relaxed);
+}
+
+// An invalid signal stands for all of them (a disconnect of everything).
+void ZelImageProcessorImpl::connectNotify(const QMetaMethod& signal)
+{
+    if (!signal.isValid() || signal == QMetaMethod::fromSignal(&ZelImageProcessorImpl::progress))
+        myProgressReceiversKnown.store(false, std::memory_order_release);
+}
+
+void ZelImageProcessorImpl::disconnectNotify(const QMetaMethod& signal)
+{
+    connectNotify(signal);
 }
 
 QString ZelImageProcessorImpl::progressTitle() const

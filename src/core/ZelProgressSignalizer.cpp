@@ -1,5 +1,9 @@
 #include "ZelProgressSignalizer.h"
 
+#include <QMetaMethod>
+
+#include <cstring>
+
 ZelProgressSignalizer::ZelProgressSignalizer() = default;
 
 void ZelProgressSignalizer::start()
@@ -15,7 +19,25 @@ void ZelProgressSignalizer::setProgress(int current, int total)
 void ZelProgressSignalizer::setProcessName(const QString& name)
 {
     myProcessName = name;
+    myProcessNameSource = QByteArray();
     emit processName(name);
+}
+
+void ZelProgressSignalizer::setProcessName(const char* source, QString (*nameOf)(const char* source))
+{
+    if (myProcessNameSource.isNull() || std::strcmp(myProcessNameSource.constData(), source) != 0) {
+        myProcessName = nameOf(source);
+        myProcessNameSource = source;
+    }
+    emitProcessName();
+}
+
+void ZelProgressSignalizer::emitProcessName()
+{
+    static const QMetaMethod signal =
+        QMetaMethod::fromSignal(qOverload<const QString&>(&ZelProgressSignalizer::processName));
+    if (isSignalConnected(signal))
+        emit processName(myProcessName);
 }
 
 QString ZelProgressSignalizer::processName() const

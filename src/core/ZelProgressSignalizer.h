@@ -1,6 +1,7 @@
 #ifndef ZELPROGRESSSIGNALIZER_H
 #define ZELPROGRESSSIGNALIZER_H
 
+#include <QByteArray>
 #include <QObject>
 #include <QString>
 
@@ -11,6 +12,10 @@
 //
 // The flags are written by the thread that cancels and read by the thread that computes; they are
 // relaxed atomics, lock-free like a plain bool.
+//
+// ImageMagick's dithering reports once per pixel, so a report must cost next to nothing: a step
+// name given as the same C string again allocates nothing, and processName is emitted only while
+// something is connected to it.
 class ZelProgressSignalizer : public QObject
 {
     Q_OBJECT
@@ -22,6 +27,10 @@ public:
     // Emits progressChanged(current, total); stores nothing.
     void setProgress(int current, int total);
     void setProcessName(const QString& name);
+    // setProcessName(nameOf(source)) for a computation that names its step with a C string.
+    // nameOf runs, and a new name is made, only when source differs from the text the current
+    // name was made from.
+    void setProcessName(const char* source, QString (*nameOf)(const char* source));
     QString processName() const;
     bool cancelled() const;
     bool cancelAllowed() const;
@@ -36,9 +45,13 @@ signals:
     void processName(const QString& name);
 
 private:
+    void emitProcessName();
+
     std::atomic<bool> myCancelled{false};
     std::atomic<bool> myCancelAllowed{true};
     QString myProcessName;
+    // The C string myProcessName was made from; null when it was given as a QString.
+    QByteArray myProcessNameSource;
 };
 
 #endif

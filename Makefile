@@ -60,7 +60,7 @@ test-tsan: deps
 	@cd $(TSAN_DIR) && ctest --output-on-failure -j $(JOBS) -R '^($(subst $(space),|,$(TSAN_TESTS)))$$'
 
 bench: build
-	@ZEL_TOOLKIT_BENCH=$(BUILD_DIR)/bench/zel_toolkit_bench bash bench/run.sh $(ZELFX)
+	@ZEL_BENCH_JSON=$(BUILD_DIR)/bench.json ZEL_TOOLKIT_BENCH=$(BUILD_DIR)/bench/zel_toolkit_bench bash bench/run.sh $(ZELFX)
 
 install: build
 	@cmake --install $(BUILD_DIR) --prefix $(PREFIX)

@@ -109,11 +109,14 @@ private slots:
     }
 
     // The step name is made again only when ImageMagick's text changes, and a name given as text in
-    // between is not mistaken for the last one made.
+    // between is not mistaken for the last one made. A receiver connected after a report without
+    // receivers gets the next ones.
     void monitorNamesEachStep()
     {
         ZelProgressSignalizer signalizer;
+        TessaroonMagickProgressMonitor("Dither/Image/", 0, 2, &signalizer);
         QSignalSpy names(&signalizer, qOverload<const QString&>(&ZelProgressSignalizer::processName));
+        QSignalSpy progress(&signalizer, &ZelProgressSignalizer::progressChanged);
         for (const char* text : {"Dither/Image/", "Dither/Image/", "Sketch/Image/", "", "Sketch/Image/"}) {
             if (!*text)
                 signalizer.setProcessName(QStringLiteral("own"));
@@ -121,6 +124,7 @@ private slots:
                 TessaroonMagickProgressMonitor(text, 1, 2, &signalizer);
         }
         QCOMPARE(names, (QList<QVariantList>{{"Dither"}, {"Dither"}, {"Sketch"}, {"own"}, {"Sketch"}}));
+        QCOMPARE(progress.size(), 4);
     }
 
     // Progress reaches a receiver of the implementation's own signal while nobody receives the public

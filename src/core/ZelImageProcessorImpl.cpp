@@ -21,6 +21,7 @@ ZelImageProcessorImpl::ZelImageProcessorImpl(const QImage& image, const QString&
 
 ZelImageProcessorImpl::~ZelImageProcessorImpl()
 {
+    disconnectProgressSignalizer();
     // A signalizer whose cancelling is switched off is left alive: an uncancellable ImageMagick
     // call may still be reporting to it from another thread.
     if (myProgressSignalizer->cancelAllowed())
@@ -183,19 +184,24 @@ bool ZelImageProcessorImpl::resetCancel()
 // so that a result() that follows a cancel mid-run does not relay twice.
 static constexpr auto kDirectUnique = Qt::ConnectionType(Qt::DirectConnection | Qt::UniqueConnection);
 
+// The signalizer's reports reach emitProgress() through a plain call, set here, rather than a
+// connection to progressChanged: ImageMagick may report once per pixel, and a signal emission
+// costs as much as the rest of the report. Setting it twice relays once.
 void ZelImageProcessorImpl::connectProgressSignalizer()
 {
     myProgressTitleKnown = false;
-    connect(myProgressSignalizer, &ZelProgressSignalizer::progressChanged, this,
-            &ZelImageProcessorImpl::emitProgress, kDirectUnique);
+    myProgressSignalizer->myRelay.store(
+        [](void* impl, int current, int total) { static_cast<ZelImageProcessorImpl*>(impl)->emitProgress(current, total); },
+        std::memory_order_relaxed);
+    myProgressSignalizer->myRelayTarget.store(this, std::memory_order_release);
     connect(this, &ZelImageProcessorImpl::operationCanceled, myProgressSignalizer,
             qOverload<>(&ZelProgressSignalizer::setCancelled), kDirectUnique);
 }
 
 void ZelImageProcessorImpl::disconnectProgressSignalizer()
 {
-    disconnect(myProgressSignalizer, &ZelProgressSignalizer::progressChanged, this,
-               &ZelImageProcessorImpl::emitProgress);
+    void* relayed = this;
+    myProgressSignalizer->myRelayTarget.compare_exchange_strong(relayed, nullptr, std::memory_order_acq_rel);
     disconnect(this, &ZelImageProcessorImpl::operationCanceled, myProgressSignalizer,
                qOverload<>(&ZelProgressSignalizer::setCancelled));
 }

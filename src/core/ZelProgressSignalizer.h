@@ -14,8 +14,10 @@
 // relaxed atomics, lock-free like a plain bool.
 //
 // ImageMagick's dithering reports once per pixel, so a report must cost next to nothing: a step
-// name given as the same C string again allocates nothing, and processName is emitted only while
-// something is connected to it.
+// name given as the same C string again allocates nothing, the signals are emitted only while
+// something is connected to them (asked of Qt again only after a connection changed), and the
+// running effect implementation gets each report through a plain call rather than a connection
+// (see ZelImageProcessorImpl::connectProgressSignalizer()), after the signal's receivers.
 class ZelProgressSignalizer : public QObject
 {
     Q_OBJECT
@@ -44,7 +46,14 @@ signals:
     void progressChanged(int current, int total);
     void processName(const QString& name);
 
+protected:
+    void connectNotify(const QMetaMethod& signal) override;
+    void disconnectNotify(const QMetaMethod& signal) override;
+
 private:
+    friend class ZelImageProcessorImpl;
+
+    void countReceivers();
     void emitProcessName();
 
     std::atomic<bool> myCancelled{false};
@@ -52,6 +61,14 @@ private:
     QString myProcessName;
     // The C string myProcessName was made from; null when it was given as a QString.
     QByteArray myProcessNameSource;
+    // The effect implementation a report is relayed to, and how.
+    std::atomic<void (*)(void* target, int current, int total)> myRelay{nullptr};
+    std::atomic<void*> myRelayTarget{nullptr};
+    // Whether the signals have receivers, as counted after the last change of a connection.
+    std::atomic<unsigned> myConnectionChanges{1};
+    std::atomic<unsigned> myReceiversCountedAt{0};
+    std::atomic<bool> myProgressChangedReceived{false};
+    std::atomic<bool> myProcessNameReceived{false};
 };
 
 #endif

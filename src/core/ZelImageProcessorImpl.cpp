@@ -157,6 +157,9 @@ QImage ZelImageProcessorImpl::previewOf(const QImage& image) const
         return QImage();
     if (!myParameters.isEmpty())
         preview->setParameters(parameterContainer().parameters());
+    // Nobody can see the temporary object's progress or cancel it, so ImageMagick runs without a
+    // monitor, which would format a message for every report (once per pixel when dithering).
+    const ZelMagickBareScope bare;
     return preview->result();
 }
 

@@ -36,6 +36,7 @@ ZelImageProcessor::ZelImageProcessor(const QImage& image)
 ZelImageProcessor::~ZelImageProcessor()
 {
     delete myImpl;
+    myImpl = nullptr;
 }
 
 void ZelImageProcessor::setSourceImage(const QImage& image)
@@ -117,6 +118,17 @@ void ZelImageProcessor::setMaximumPriority(QThread::Priority priority)
     myImpl->setMaximumPriority(priority);
 }
 
+void ZelImageProcessor::connectNotify(const QMetaMethod&)
+{
+    if (myImpl)
+        myImpl->myConnectionChanges.fetch_add(1, std::memory_order_release);
+}
+
+void ZelImageProcessor::disconnectNotify(const QMetaMethod& signal)
+{
+    connectNotify(signal);
+}
+
 void ZelImageProcessor::connectProgressRelay()
 {
     myImpl->myProgressRelays.fetch_add(1, std::memory_order_relaxed);
@@ -146,4 +158,5 @@ void ZelImageProcessor::disconnectImplementation()
     disconnect(myImpl, nullptr, this, nullptr);
     disconnect(this, nullptr, myImpl, nullptr);
     myImpl->myProgressRelays.store(0, std::memory_order_relaxed);
+    myImpl->myConnectionChanges.fetch_add(1, std::memory_order_release);
 }

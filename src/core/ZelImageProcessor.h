@@ -74,8 +74,13 @@ protected:
 
     ZelImageProcessorImpl* myImpl;
 
+protected:
+    // Tell the implementation that what receives progress may have changed.
+    void connectNotify(const QMetaMethod& signal) override;
+    void disconnectNotify(const QMetaMethod& signal) override;
+
 private:
-    // Whether anything receives this object's progress; cheap enough to ask once per report.
+    // Whether anything receives this object's progress.
     bool progressConnected() const;
     // The relay of the implementation's progress as this object's, counted by the implementation.
     void connectProgressRelay();

@@ -247,18 +247,21 @@ void ZelImageProcessorImpl::emitProgress(int current, int total)
 
 bool ZelImageProcessorImpl::progressObserved() const
 {
-    if (myPublic && myPublic->progressConnected())
-        return true;
-    if (!myProgressReceiversKnown.exchange(true, std::memory_order_acq_rel))
-        myProgressReceivers.store(receivers(SIGNAL(progress(QString, QString, int, int))), std::memory_order_relaxed);
-    return myProgressReceivers.load(std::memory_order_relaxed) > myProgressRelays.load(std::memory_order_relaxed);
+    const unsigned changes = myConnectionChanges.load(std::memory_order_acquire);
+    if (changes != myObservedCountedAt.load(std::memory_order_relaxed)) {
+        const bool observed = (myPublic && myPublic->progressConnected())
+            || receivers(SIGNAL(progress(QString, QString, int, int))) > myProgressRelays.load(std::memory_order_relaxed);
+        myProgressObserved.store(observed, std::memory_order_relaxed);
+        myObservedCountedAt.store(changes, std::memory_order_relaxed);
+    }
+    return myProgressObserved.load(std::memory_order_relaxed);
 }
 
-// An invalid signal stands for all of them (a disconnect of everything).
-void ZelImageProcessorImpl::connectNotify(const QMetaMethod& signal)
+// Called by Qt, possibly with its connection lock held: only marks what progressObserved() found
+// as out of date. Any signal, since connections change rarely.
+void ZelImageProcessorImpl::connectNotify(const QMetaMethod&)
 {
-    if (!signal.isValid() || signal == QMetaMethod::fromSignal(&ZelImageProcessorImpl::progress))
-        myProgressReceiversKnown.store(false, std::memory_order_release);
+    myConnectionChanges.fetch_add(1, std::memory_order_release);
 }
 
 void ZelImageProcessorImpl::disconnectNotify(const QMetaMethod& signal)

@@ -141,10 +141,12 @@ private:
     // The title of the current run, once emitProgress() has asked progressTitle() for it.
     QString myProgressTitle;
     bool myProgressTitleKnown = false;
-    // Receivers of progress, counted again after a connection to it changed; how many of them
-    // are the public object's relay (counted by the public object).
-    mutable std::atomic<bool> myProgressReceiversKnown{false};
-    mutable std::atomic<int> myProgressReceivers{0};
+    // Whether anything receives progress, found out again only after a connection of this
+    // object or of the public one changed; how many of this object's receivers are the public
+    // object's relay (counted by the public object).
+    std::atomic<unsigned> myConnectionChanges{1};
+    mutable std::atomic<unsigned> myObservedCountedAt{0};
+    mutable std::atomic<bool> myProgressObserved{false};
     std::atomic<int> myProgressRelays{0};
 };
 

@@ -110,7 +110,7 @@ fuzz-smoke: fuzz-build
 	@ZEL_FUZZ_FRESH=1 bash fuzz/run.sh $(FUZZ_DIR) -max_total_time=$(FUZZ_SMOKE_SECONDS)
 
 bench: build
-	@ZEL_TOOLKIT_BENCH=$(BUILD_DIR)/bench/zel_toolkit_bench bash bench/run.sh $(ZELFX)
+	@ZEL_BENCH_JSON=$(BUILD_DIR)/bench.json ZEL_TOOLKIT_BENCH=$(BUILD_DIR)/bench/zel_toolkit_bench bash bench/run.sh $(ZELFX)
 
 install: build
 	@cmake --install $(BUILD_DIR) --prefix $(PREFIX)

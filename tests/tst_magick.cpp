@@ -1,6 +1,8 @@
+#include "ZelImageProcessorImpl_p.h"
 #include "ZelLogging_p.h"
 #include "ZelMagickWandWrapper_p.h"
 #include "ZelProgressSignalizer.h"
+#include "ZelTestProbe.h"
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -104,6 +106,39 @@ private slots:
         // Without a signalizer ImageMagick goes on.
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("ZelProgressSignalizer"));
         QCOMPARE(TessaroonMagickProgressMonitor("Swirl/Image", 1, 2, nullptr), MagickTrue);
+    }
+
+    // The step name is made again only when ImageMagick's text changes, and a name given as text in
+    // between is not mistaken for the last one made. A receiver connected after a report without
+    // receivers gets the next ones.
+    void monitorNamesEachStep()
+    {
+        ZelProgressSignalizer signalizer;
+        TessaroonMagickProgressMonitor("Dither/Image/", 0, 2, &signalizer);
+        QSignalSpy names(&signalizer, qOverload<const QString&>(&ZelProgressSignalizer::processName));
+        QSignalSpy progress(&signalizer, &ZelProgressSignalizer::progressChanged);
+        for (const char* text : {"Dither/Image/", "Dither/Image/", "Sketch/Image/", "", "Sketch/Image/"}) {
+            if (!*text)
+                signalizer.setProcessName(QStringLiteral("own"));
+            else
+                TessaroonMagickProgressMonitor(text, 1, 2, &signalizer);
+        }
+        QCOMPARE(names, (QList<QVariantList>{{"Dither"}, {"Dither"}, {"Sketch"}, {"own"}, {"Sketch"}}));
+        QCOMPARE(progress.size(), 4);
+    }
+
+    // Progress reaches a receiver of the implementation's own signal while nobody receives the public
+    // object's.
+    void progressReachesEveryReceiver()
+    {
+        ZelImageProcessorProbe probe(translucentImage(2, 2));
+        QSignalSpy progress(probe.baseImpl(), &ZelImageProcessorImpl::progress);
+        probe.result();
+        QCOMPARE(progress.size(), 2);
+        QSignalSpy publicProgress(&probe, &ZelImageProcessor::progress);
+        probe.result();
+        QCOMPARE(progress.size(), 4);
+        QCOMPARE(publicProgress.size(), 2);
     }
 
     // The blur step cannot be cancelled: it runs to its end, the result is dropped all the same, and

@@ -451,7 +451,13 @@ void TestZelfx::traceAndCancel()
     QVERIFY2(!interrupt || result.err.contains("interrupted"), qPrintable(result.err));
     const QStringList traced = traceLines(result.err);
     const bool cancelled = lines.contains("finished\tfalse");
-    QCOMPARE(arguments.contains("--threaded") && cancelled ? traced.filter("finished") : traced, lines);
+    // Threaded, the converter coalesces progress that waits for the event loop: an uncancelled run
+    // is sure of its last report only.
+    const bool threaded = arguments.contains("--threaded");
+    if (threaded && !cancelled)
+        QCOMPARE(traced.mid(qMax(0, traced.size() - 2)), lines.mid(lines.size() - 2));
+    else
+        QCOMPARE(threaded && cancelled ? traced.filter("finished") : traced, lines);
     QVERIFY(result.out.isEmpty());
     QCOMPARE(loadArgb(path("out.png")) == loadArgb(expand({arguments.at(2)}).first()), cancelled);
     QFile::remove(path("out.png"));

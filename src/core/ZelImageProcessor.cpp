@@ -1,6 +1,8 @@
 #include "ZelImageProcessor.h"
 #include "ZelImageProcessorImpl_p.h"
 
+#include <QMetaMethod>
+
 namespace {
 
 // The throw-away implementation a bare ZelImageProcessor starts with, until the derived
@@ -28,13 +30,13 @@ ZelImageProcessor::ZelImageProcessor(const QImage& image)
     : myImpl(new ZelImageProcessorPlaceholderImpl(image))
 {
     myImpl->myPublic = this;
-    connect(myImpl, &ZelImageProcessorImpl::progress, this, &ZelImageProcessor::progress,
-            Qt::DirectConnection);
+    connectProgressRelay();
 }
 
 ZelImageProcessor::~ZelImageProcessor()
 {
     delete myImpl;
+    myImpl = nullptr;
 }
 
 void ZelImageProcessor::setSourceImage(const QImage& image)
@@ -116,10 +118,33 @@ void ZelImageProcessor::setMaximumPriority(QThread::Priority priority)
     myImpl->setMaximumPriority(priority);
 }
 
-void ZelImageProcessor::connectImplementation()
+void ZelImageProcessor::connectNotify(const QMetaMethod&)
 {
+    if (myImpl)
+        myImpl->myConnectionChanges.fetch_add(1, std::memory_order_release);
+}
+
+void ZelImageProcessor::disconnectNotify(const QMetaMethod& signal)
+{
+    connectNotify(signal);
+}
+
+void ZelImageProcessor::connectProgressRelay()
+{
+    myImpl->myProgressRelays.fetch_add(1, std::memory_order_relaxed);
     connect(myImpl, &ZelImageProcessorImpl::progress, this, &ZelImageProcessor::progress,
             Qt::DirectConnection);
+}
+
+bool ZelImageProcessor::progressConnected() const
+{
+    static const QMetaMethod signal = QMetaMethod::fromSignal(&ZelImageProcessor::progress);
+    return isSignalConnected(signal);
+}
+
+void ZelImageProcessor::connectImplementation()
+{
+    connectProgressRelay();
     connect(myImpl, &ZelImageProcessorImpl::operationCanceled, this,
             &ZelImageProcessor::operationCanceled, Qt::DirectConnection);
     connect(myImpl, &ZelImageProcessorImpl::finished, this, &ZelImageProcessor::finished,
@@ -132,4 +157,6 @@ void ZelImageProcessor::disconnectImplementation()
         return;
     disconnect(myImpl, nullptr, this, nullptr);
     disconnect(this, nullptr, myImpl, nullptr);
+    myImpl->myProgressRelays.store(0, std::memory_order_relaxed);
+    myImpl->myConnectionChanges.fetch_add(1, std::memory_order_release);
 }

@@ -65,12 +65,25 @@ signals:
     void finished(bool flag);
 
 protected:
+    friend class ZelImageProcessorImpl;
+
     // Every effect constructor ends here: impl, which this object owns from now on, replaces the
     // current implementation (the placeholder made above, or a base effect's) and its three
     // signals are relayed as this object's.
     void installImplementation(ZelImageProcessorImpl* impl);
 
     ZelImageProcessorImpl* myImpl;
+
+protected:
+    // Tell the implementation that what receives progress may have changed.
+    void connectNotify(const QMetaMethod& signal) override;
+    void disconnectNotify(const QMetaMethod& signal) override;
+
+private:
+    // Whether anything receives this object's progress.
+    bool progressConnected() const;
+    // The relay of the implementation's progress as this object's, counted by the implementation.
+    void connectProgressRelay();
 };
 
 #endif

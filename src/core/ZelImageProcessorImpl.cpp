@@ -2,6 +2,8 @@
 #include "ZelParameterDescriptionNumber.h"
 #include "ZelProgressSignalizer.h"
 
+#include <QMetaMethod>
+
 #include <memory>
 
 ZelImageProcessorImpl::ZelImageProcessorImpl(const QString& effectName)
@@ -19,6 +21,7 @@ ZelImageProcessorImpl::ZelImageProcessorImpl(const QImage& image, const QString&
 
 ZelImageProcessorImpl::~ZelImageProcessorImpl()
 {
+    disconnectProgressSignalizer();
     // A signalizer whose cancelling is switched off is left alive: an uncancellable ImageMagick
     // call may still be reporting to it from another thread.
     if (myProgressSignalizer->cancelAllowed())
@@ -132,7 +135,7 @@ bool ZelImageProcessorImpl::sourceImageIs8BitIndexedFormat() const
 
 ZelMagickWandWrapper ZelImageProcessorImpl::createMagickWandWrapper() const
 {
-    return ZelMagickWandWrapper(myProgressSignalizer);
+    return ZelMagickBareScope::active() ? ZelMagickWandWrapper::bare() : ZelMagickWandWrapper(myProgressSignalizer);
 }
 
 QImage ZelImageProcessorImpl::applySubProcessor(ZelImageProcessor* sub)
@@ -154,6 +157,9 @@ QImage ZelImageProcessorImpl::previewOf(const QImage& image) const
         return QImage();
     if (!myParameters.isEmpty())
         preview->setParameters(parameterContainer().parameters());
+    // Nobody can see the temporary object's progress or cancel it, so ImageMagick runs without a
+    // monitor, which would format a message for every report (once per pixel when dithering).
+    const ZelMagickBareScope bare;
     return preview->result();
 }
 
@@ -181,18 +187,24 @@ bool ZelImageProcessorImpl::resetCancel()
 // so that a result() that follows a cancel mid-run does not relay twice.
 static constexpr auto kDirectUnique = Qt::ConnectionType(Qt::DirectConnection | Qt::UniqueConnection);
 
+// The signalizer's reports reach emitProgress() through a plain call, set here, rather than a
+// connection to progressChanged: ImageMagick may report once per pixel, and a signal emission
+// costs as much as the rest of the report. Setting it twice relays once.
 void ZelImageProcessorImpl::connectProgressSignalizer()
 {
-    connect(myProgressSignalizer, &ZelProgressSignalizer::progressChanged, this,
-            &ZelImageProcessorImpl::emitProgress, kDirectUnique);
+    myProgressTitleKnown = false;
+    myProgressSignalizer->myRelay.store(
+        [](void* impl, int current, int total) { static_cast<ZelImageProcessorImpl*>(impl)->emitProgress(current, total); },
+        std::memory_order_relaxed);
+    myProgressSignalizer->myRelayTarget.store(this, std::memory_order_release);
     connect(this, &ZelImageProcessorImpl::operationCanceled, myProgressSignalizer,
             qOverload<>(&ZelProgressSignalizer::setCancelled), kDirectUnique);
 }
 
 void ZelImageProcessorImpl::disconnectProgressSignalizer()
 {
-    disconnect(myProgressSignalizer, &ZelProgressSignalizer::progressChanged, this,
-               &ZelImageProcessorImpl::emitProgress);
+    void* relayed = this;
+    myProgressSignalizer->myRelayTarget.compare_exchange_strong(relayed, nullptr, std::memory_order_acq_rel);
     disconnect(this, &ZelImageProcessorImpl::operationCanceled, myProgressSignalizer,
                qOverload<>(&ZelProgressSignalizer::setCancelled));
 }
@@ -224,7 +236,37 @@ void ZelImageProcessorImpl::setMaximumPriority(QThread::Priority priority)
 
 void ZelImageProcessorImpl::emitProgress(int current, int total)
 {
-    emit progress(progressTitle(), progressStep(), current, total);
+    if (!progressObserved())
+        return;
+    if (!myProgressTitleKnown) {
+        myProgressTitle = progressTitle();
+        myProgressTitleKnown = true;
+    }
+    emit progress(myProgressTitle, progressStep(), current, total);
+}
+
+bool ZelImageProcessorImpl::progressObserved() const
+{
+    const unsigned changes = myConnectionChanges.load(std::memory_order_acquire);
+    if (changes != myObservedCountedAt.load(std::memory_order_relaxed)) {
+        const bool observed = (myPublic && myPublic->progressConnected())
+            || receivers(SIGNAL(progress(QString, QString, int, int))) > myProgressRelays.load(std::memory_order_relaxed);
+        myProgressObserved.store(observed, std::memory_order_relaxed);
+        myObservedCountedAt.store(changes, std::memory_order_relaxed);
+    }
+    return myProgressObserved.load(std::memory_order_relaxed);
+}
+
+// Called by Qt, possibly with its connection lock held: only marks what progressObserved() found
+// as out of date. Any signal, since connections change rarely.
+void ZelImageProcessorImpl::connectNotify(const QMetaMethod&)
+{
+    myConnectionChanges.fetch_add(1, std::memory_order_release);
+}
+
+void ZelImageProcessorImpl::disconnectNotify(const QMetaMethod& signal)
+{
+    connectNotify(signal);
 }
 
 QString ZelImageProcessorImpl::progressTitle() const

@@ -58,7 +58,8 @@ public:
     int countSourceImagePixels() const;
     bool sourceImageIs8BitIndexedFormat() const;
 
-    // The bridge into ImageMagick, reporting through this effect's signalizer.
+    // The bridge into ImageMagick, reporting through this effect's signalizer; bare inside a
+    // ZelMagickBareScope.
     ZelMagickWandWrapper createMagickWandWrapper() const;
 
     // Runs sub->result() with sub's progress relayed as this object's progress.
@@ -108,10 +109,18 @@ signals:
     void finished(bool flag);
 
 protected slots:
-    // Relays the signalizer's progress as progress(progressTitle(), progressStep(), current, total).
+    // Relays the signalizer's progress as progress(progressTitle(), progressStep(), current, total),
+    // unless nobody could see it (see progressObserved()). The title is asked for once after each
+    // connectProgressSignalizer(): ImageMagick reports up to once per pixel.
     void emitProgress(int current, int total);
 
 protected:
+    // Whether anything receives this object's progress: the public object's receivers, or a
+    // receiver of this object's own signal other than the public object's relay.
+    bool progressObserved() const;
+    void connectNotify(const QMetaMethod& signal) override;
+    void disconnectNotify(const QMetaMethod& signal) override;
+
     // The fixed first argument of this effect's progress signal.
     virtual QString progressTitle() const;
     // The second argument: the signalizer's name of the running step, unless an effect
@@ -127,6 +136,18 @@ protected:
     std::atomic<bool> myCancelled{false};
     int myMaximumThreadCount = 1;
     QThread::Priority myMaximumPriority = QThread::NormalPriority;
+
+private:
+    // The title of the current run, once emitProgress() has asked progressTitle() for it.
+    QString myProgressTitle;
+    bool myProgressTitleKnown = false;
+    // Whether anything receives progress, found out again only after a connection of this
+    // object or of the public one changed; how many of this object's receivers are the public
+    // object's relay (counted by the public object).
+    std::atomic<unsigned> myConnectionChanges{1};
+    mutable std::atomic<unsigned> myObservedCountedAt{0};
+    mutable std::atomic<bool> myProgressObserved{false};
+    std::atomic<int> myProgressRelays{0};
 };
 
 #endif

@@ -4,6 +4,50 @@
 #include "ZelPixelMath_p.h"
 
 #include <QMatrix>
+#include <QMutex>
+
+#include <utility>
+
+namespace {
+
+// The newest progress of a job, from the job's thread to the converter's.
+class PendingProgress
+{
+public:
+    // Stores the report; true when it is the first since the last delivery, whose sender must
+    // queue the delivery.
+    bool replace(const QString& name, const QString& subName, int value, int maximum)
+    {
+        const QMutexLocker lock(&myMutex);
+        myName = name;
+        mySubName = subName;
+        myValue = value;
+        myMaximum = maximum;
+        return !std::exchange(myQueued, true);
+    }
+
+    void deliver(ZelPhotoConverter* converter)
+    {
+        QMutexLocker lock(&myMutex);
+        const QString name = myName;
+        const QString subName = mySubName;
+        const int value = myValue;
+        const int maximum = myMaximum;
+        myQueued = false;
+        lock.unlock();
+        converter->setProgress(name, subName, value, maximum);
+    }
+
+private:
+    QMutex myMutex;
+    QString myName;
+    QString mySubName;
+    int myValue = 0;
+    int myMaximum = 0;
+    bool myQueued = false;
+};
+
+} // namespace
 
 ZelPhotoConverter::ZelPhotoConverter(QObject* parent)
     : QThread(parent)
@@ -93,9 +137,17 @@ void ZelPhotoConverter::applyImageProcessor(QSharedPointer<ZelImageProcessor> pr
     const QMetaObject::Connection cancelRelay =
         connect(this, &ZelPhotoConverter::cancelled, effect, &ZelImageProcessor::cancel);
     // Queued even when the job runs on this object's own thread: progress always arrives through
-    // the event loop of the thread the converter lives in.
-    const QMetaObject::Connection progressRelay = connect(effect, &ZelImageProcessor::progress, this,
-                                                          &ZelPhotoConverter::setProgress, Qt::QueuedConnection);
+    // the event loop of the thread the converter lives in. Coalesced, because ImageMagick reports
+    // up to once per pixel: while one report waits in that event loop, newer ones replace its
+    // values instead of queueing more, so the receiver sees progress rise to the last report.
+    const auto pending = QSharedPointer<PendingProgress>::create();
+    const QMetaObject::Connection progressRelay = connect(
+        effect, &ZelImageProcessor::progress, this,
+        [this, pending](const QString& name, const QString& subName, int value, int maximum) {
+            if (pending->replace(name, subName, value, maximum))
+                QMetaObject::invokeMethod(this, [this, pending] { pending->deliver(this); }, Qt::QueuedConnection);
+        },
+        Qt::DirectConnection);
     effect->setSourceImage(myPhoto);
     myResult = runImageProcessor();
     disconnect(cancelRelay);

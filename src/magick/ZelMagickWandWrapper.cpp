@@ -62,6 +62,12 @@ void warnMagickFailure(const char* call, const char* reason, const char* descrip
     qCWarning(zelMagick, "ImageMagick failed %s: %s; the picture stays as it was", call, qUtf8Printable(because));
 }
 
+// ImageMagick names its steps "Tag/Image/" followed by the image's file name.
+QString magickStepName(const char* text)
+{
+    return QString::fromLatin1(text).remove(QStringLiteral("/Image/"));
+}
+
 } // namespace
 
 quint64 zelMagickWandsCreated()
@@ -78,7 +84,7 @@ MagickBooleanType TessaroonMagickProgressMonitor(const char* text, const MagickO
         return MagickTrue;
     }
     signalizer->setProgress(static_cast<int>(offset), static_cast<int>(span));
-    signalizer->setProcessName(QString::fromLatin1(text ? text : "").remove(QStringLiteral("/Image/")));
+    signalizer->setProcessName(text ? text : "", magickStepName);
     return signalizer->cancelled() && signalizer->cancelAllowed() ? MagickFalse : MagickTrue;
 }
 
@@ -89,6 +95,33 @@ ZelMagickWandWrapper::ZelMagickWandWrapper(ZelProgressSignalizer* signalizer)
 }
 
 ZelMagickWandWrapper::~ZelMagickWandWrapper() = default;
+
+ZelMagickWandWrapper ZelMagickWandWrapper::bare()
+{
+    ZelMagickWandWrapper wrapper(nullptr);
+    wrapper.myMonitored = false;
+    return wrapper;
+}
+
+namespace {
+thread_local bool tBareScope = false;
+}
+
+ZelMagickBareScope::ZelMagickBareScope()
+    : myOuter(tBareScope)
+{
+    tBareScope = true;
+}
+
+ZelMagickBareScope::~ZelMagickBareScope()
+{
+    tBareScope = myOuter;
+}
+
+bool ZelMagickBareScope::active()
+{
+    return tBareScope;
+}
 
 void ZelMagickWandWrapper::toMagickWand(const QImage& image, MagickWand* wand) const
 {
@@ -101,6 +134,8 @@ void ZelMagickWandWrapper::toMagickWand(const QImage& image, MagickWand* wand) c
     if (mySignalizer)
         mySignalizer->start();
     // A wand without image (null source, or an allocation ImageMagick refused) has no monitor.
+    if (!myMonitored)
+        return;
     if (Image* constituted = GetImageFromMagickWand(wand))
         SetImageProgressMonitor(constituted, TessaroonMagickProgressMonitor, mySignalizer);
 }

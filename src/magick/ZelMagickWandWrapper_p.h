@@ -27,6 +27,10 @@ public:
     explicit ZelMagickWandWrapper(ZelProgressSignalizer* signalizer);
     ~ZelMagickWandWrapper();
 
+    // A wrapper that installs no progress monitor and feeds no signalizer: the same ImageMagick
+    // calls with nothing of ours in between, the baseline benchmarks compare the bridge with.
+    static ZelMagickWandWrapper bare();
+
     // Conversion: the wand gets a copy of the image as ARGB32, the signalizer is restarted (an
     // earlier cancel is forgotten) and the progress monitor installed.
     void toMagickWand(const QImage& image, MagickWand* wand) const;
@@ -79,6 +83,22 @@ private:
     static void setTransparentBackground(MagickWand* wand);
 
     ZelProgressSignalizer* mySignalizer;
+    bool myMonitored = true;
+};
+
+// While an instance lives, the wrappers effects create on its thread are bare(): a benchmark runs
+// an effect's result() inside one to time the effect's own ImageMagick calls without progress.
+class ZelMagickBareScope
+{
+public:
+    ZelMagickBareScope();
+    ~ZelMagickBareScope();
+    ZelMagickBareScope(const ZelMagickBareScope&) = delete;
+    ZelMagickBareScope& operator=(const ZelMagickBareScope&) = delete;
+    static bool active();
+
+private:
+    bool myOuter;
 };
 
 // ImageMagick's progress monitor: feeds the signalizer given as client data and asks

@@ -50,6 +50,22 @@ bool isPixelWordFormat(QImage::Format format)
 
 } // namespace
 
+void* zelAllocateAligned(size_t bytes, size_t alignment)
+{
+    void* buffer = nullptr;
+    if (bytes < size_t(kLargeImageBytes))
+        return posix_memalign(&buffer, std::max(alignment, sizeof(void*)), std::max<size_t>(bytes, 1)) == 0 ? buffer
+                                                                                                          : nullptr;
+    // Whole huge pages, so that the advice covers every byte.
+    const size_t rounded = (bytes + size_t(kHugePage) - 1) / size_t(kHugePage) * size_t(kHugePage);
+    if (rounded < bytes || posix_memalign(&buffer, std::max(alignment, size_t(kHugePage)), rounded) != 0)
+        return nullptr;
+#ifdef MADV_HUGEPAGE
+    madvise(buffer, rounded, MADV_HUGEPAGE);
+#endif
+    return buffer;
+}
+
 QImage zelNewImage(const QSize& size, QImage::Format format)
 {
     const int depth = QImage::toPixelFormat(format).bitsPerPixel();
@@ -59,13 +75,9 @@ QImage zelNewImage(const QSize& size, QImage::Format format)
     const qint64 bytes = bytesPerLine * size.height();
     if (bytes < kLargeImageBytes || bytesPerLine > INT_MAX || bytes > INT_MAX)
         return QImage(size, format);
-    const qint64 rounded = (bytes + kHugePage - 1) / kHugePage * kHugePage;
-    void* buffer = std::aligned_alloc(size_t(kHugePage), size_t(rounded));
+    void* buffer = zelAllocateAligned(size_t(bytes), sizeof(void*));
     if (!buffer)
         return QImage();
-#ifdef MADV_HUGEPAGE
-    madvise(buffer, size_t(rounded), MADV_HUGEPAGE);
-#endif
     QImage image(static_cast<uchar*>(buffer), size.width(), size.height(), int(bytesPerLine), format,
                  freeImageBuffer, buffer);
     if (image.isNull())

@@ -10,6 +10,12 @@
 // with malloc and pay those faults, so the functions below stand in for them. Each returns a
 // null image when the image cannot be allocated, like QImage.
 
+// Memory for a buffer of the given size, aligned to at least alignment (a power of two), to be
+// released with std::free; null when it cannot be had. Buffers of several megabytes go on
+// huge-page advised memory as the images below do. ImageMagick's aligned allocations (its pixel
+// caches, and the 128 MB colour cache its dithering clears on every call) come from here too.
+void* zelAllocateAligned(size_t bytes, size_t alignment);
+
 // A new, uninitialised image like QImage(size, format).
 QImage zelNewImage(const QSize& size, QImage::Format format);
 

@@ -1,5 +1,6 @@
 #include "ZelMagickWandWrapper_p.h"
 
+#include "ZelImageAllocation_p.h"
 #include "ZelLogging_p.h"
 #include "ZelMagickSketch_p.h"
 #include "ZelProgressSignalizer.h"
@@ -34,6 +35,11 @@ std::atomic<quint64> gWandsCreated{0};
 void ensureMagickStarted()
 {
     static const bool started = [] {
+        // Before any allocation of ImageMagick's: its pixel caches and the dithering's colour
+        // cache are fresh mappings of up to hundreds of megabytes on every call, whose page faults
+        // cost more than a small picture's whole computation.
+        SetMagickAlignedMemoryMethods([](size_t bytes, size_t alignment) { return zelAllocateAligned(bytes, alignment); },
+                                      [](void* memory) { std::free(memory); });
         MagickWandGenesis();
         MagickSetResourceLimit(ThreadResource, 1);
         std::atexit(MagickWandTerminus);

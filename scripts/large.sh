@@ -13,7 +13,7 @@
 # left out) and the peak resident memory of the whole zelfx process (/usr/bin/time), which holds
 # zelfx's own copy of the photo and the libraries besides the effect's work. At 24 MP the peak is
 # also given in copies of the photo's pixels (width x height x 4 bytes). A run that returns a null
-# image (zelfx exit status 5) says "null"; one killed by a signal says "CRASH"; one that takes
+# image (zelfx exit status 5) says "null", one ImageMagick refused (status 6) "refused"; one killed by a signal says "CRASH"; one that takes
 # longer than TIMEOUT says "timeout".
 set -u
 
@@ -69,6 +69,7 @@ run() {
     case $status in
     0) echo "$cell" ;;
     5) echo "null ($cell)" ;;
+    6) echo "refused ($cell)" ;;
     *) echo "exit $status: $(head -c 80 "$WORK/stderr.txt" | tr '\n|' '  ')" ;;
     esac
 }

@@ -493,7 +493,8 @@ void TestZelfx::brokenInputs_data()
     }
     for (const char* command : {"apply", "gallery", "batch"}) {
         for (const QString& file : files)
-            QTest::addRow("%s %s", command, qPrintable(file)) << QString::fromLatin1(command) << file;
+            QTest::newRow(QStringLiteral("%1 %2").arg(QLatin1String(command), file).toUtf8().constData())
+                << QString::fromLatin1(command) << file;
     }
 }
 

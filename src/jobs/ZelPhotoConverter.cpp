@@ -4,21 +4,19 @@
 #include "ZelPixelMath_p.h"
 
 #include <QMatrix>
-#include <QMutex>
 
+#include <mutex>
 #include <utility>
 
-namespace {
-
 // The newest progress of a job, from the job's thread to the converter's.
-class PendingProgress
+class ZelPendingProgress
 {
 public:
     // Stores the report; true when it is the first since the last delivery, whose sender must
     // queue the delivery.
     bool replace(const QString& name, const QString& subName, int value, int maximum)
     {
-        const QMutexLocker lock(&myMutex);
+        const std::lock_guard<std::mutex> lock(myMutex);
         myName = name;
         mySubName = subName;
         myValue = value;
@@ -28,7 +26,7 @@ public:
 
     void deliver(ZelPhotoConverter* converter)
     {
-        QMutexLocker lock(&myMutex);
+        std::unique_lock<std::mutex> lock(myMutex);
         const QString name = myName;
         const QString subName = mySubName;
         const int value = myValue;
@@ -39,7 +37,8 @@ public:
     }
 
 private:
-    QMutex myMutex;
+    // A standard mutex, which ThreadSanitizer sees, unlike the inside of Qt 5.
+    std::mutex myMutex;
     QString myName;
     QString mySubName;
     int myValue = 0;
@@ -47,10 +46,9 @@ private:
     bool myQueued = false;
 };
 
-} // namespace
-
 ZelPhotoConverter::ZelPhotoConverter(QObject* parent)
     : QThread(parent)
+    , myPendingProgress(QSharedPointer<ZelPendingProgress>::create())
 {
     connect(this, &QThread::finished, this, &ZelPhotoConverter::hasFinished);
 }
@@ -140,12 +138,13 @@ void ZelPhotoConverter::applyImageProcessor(QSharedPointer<ZelImageProcessor> pr
     // the event loop of the thread the converter lives in. Coalesced, because ImageMagick reports
     // up to once per pixel: while one report waits in that event loop, newer ones replace its
     // values instead of queueing more, so the receiver sees progress rise to the last report.
-    const auto pending = QSharedPointer<PendingProgress>::create();
+    // The delivery is a queued call of a slot, not of a functor: what crosses threads is only the
+    // pending report, under its own lock.
     const QMetaObject::Connection progressRelay = connect(
         effect, &ZelImageProcessor::progress, this,
-        [this, pending](const QString& name, const QString& subName, int value, int maximum) {
-            if (pending->replace(name, subName, value, maximum))
-                QMetaObject::invokeMethod(this, [this, pending] { pending->deliver(this); }, Qt::QueuedConnection);
+        [this](const QString& name, const QString& subName, int value, int maximum) {
+            if (myPendingProgress->replace(name, subName, value, maximum))
+                QMetaObject::invokeMethod(this, "deliverProgress", Qt::QueuedConnection);
         },
         Qt::DirectConnection);
     effect->setSourceImage(myPhoto);
@@ -188,6 +187,11 @@ void ZelPhotoConverter::cancel()
 void ZelPhotoConverter::run()
 {
     processImage();
+}
+
+void ZelPhotoConverter::deliverProgress()
+{
+    myPendingProgress->deliver(this);
 }
 
 void ZelPhotoConverter::hasFinished()

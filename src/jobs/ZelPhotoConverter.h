@@ -34,6 +34,8 @@
 //   runs, and do not start a second job on the same converter before finished().
 // - cancel() reaches the effect at once on the thread the effect object lives in (usually the
 //   interface thread); called on another thread, it is queued to that thread's event loop.
+class ZelPendingProgress;
+
 class ZelPhotoConverter : public QThread
 {
     Q_OBJECT
@@ -100,6 +102,8 @@ private slots:
     void hasFinished();
     // Runs the stored job with its stored arguments.
     void processImage();
+    // Hands the newest waiting progress report on as progress() and processName().
+    void deliverProgress();
 
 private:
     QImage myPhoto;
@@ -110,6 +114,7 @@ private:
     CONVERTJOB myJob = NoJob;
     double* myArguments = nullptr;
     QSharedPointer<ZelImageProcessor> myProcessor;
+    QSharedPointer<ZelPendingProgress> myPendingProgress;
 };
 
 #endif

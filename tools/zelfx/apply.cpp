@@ -9,9 +9,9 @@
 
 #include "ZelImageProcessor.h"
 
-#include <QMutex>
 
 #include <cstring>
+#include <mutex>
 
 bool isMagickFailure(QtMsgType type, const char* category)
 {
@@ -61,8 +61,10 @@ Status applyEffectToFile(const EffectJob& job, const QString& inputPath, const Q
         return status;
     QImage output;
     {
-        static QMutex turn;
-        QMutexLocker locker(job.takesTurns ? &turn : nullptr);
+        static std::mutex turn;
+        std::unique_lock<std::mutex> locker(turn, std::defer_lock);
+        if (job.takesTurns)
+            locker.lock();
         output = runner.run();
     }
     const QString name = effectShortName(job.effect);

@@ -74,7 +74,6 @@ protected:
 
     ZelImageProcessorImpl* myImpl;
 
-protected:
     // Tell the implementation that what receives progress may have changed.
     void connectNotify(const QMetaMethod& signal) override;
     void disconnectNotify(const QMetaMethod& signal) override;

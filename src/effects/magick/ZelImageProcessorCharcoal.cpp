@@ -1,12 +1,12 @@
 #include "ZelImageProcessorCharcoal.h"
 #include "ZelConvolutionKernelGenerator.h"
+#include "ZelImageAllocation_p.h"
 #include "ZelImageProcessorContrastStretch.h"
 #include "ZelImageProcessorConvolution.h"
 #include "ZelImageProcessorGrayscale.h"
 #include "ZelImageProcessorImpl_p.h"
 #include "ZelImageProcessorInvert.h"
 #include "ZelKernelSums_p.h"
-#include "ZelTonalImage_p.h"
 
 #include <vector>
 

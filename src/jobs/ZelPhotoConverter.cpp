@@ -4,36 +4,57 @@
 #include "ZelPixelMath_p.h"
 
 #include <QMatrix>
+#include <QTimer>
 
 #include <mutex>
 #include <utility>
 
-// The newest progress of a job, from the job's thread to the converter's.
+// The newest progress of a job, from the job's thread to the converter's. While a delivery is
+// queued, and for a short pause after each delivery, newer reports replace the waiting one instead
+// of queueing more: every queued delivery wakes the converter's thread, and ImageMagick reports up
+// to once per pixel, far faster than any display follows.
 class ZelPendingProgress
 {
 public:
-    // Stores the report; true when it is the first since the last delivery, whose sender must
-    // queue the delivery.
+    // Stores the report; true when the caller must queue a delivery.
     bool replace(const QString& name, const QString& subName, int value, int maximum)
     {
         const std::lock_guard<std::mutex> lock(myMutex);
-        myName = name;
-        mySubName = subName;
+        if (!name.isSharedWith(myName))
+            myName = name;
+        if (!subName.isSharedWith(mySubName))
+            mySubName = subName;
         myValue = value;
         myMaximum = maximum;
+        myWaiting = true;
         return !std::exchange(myQueued, true);
     }
 
-    void deliver(ZelPhotoConverter* converter)
+    // Whether a report still waits when the job ends: its delivery must be queued now, before
+    // finished(), even while a pause holds it back.
+    bool waiting()
+    {
+        const std::lock_guard<std::mutex> lock(myMutex);
+        return myWaiting;
+    }
+
+    // Hands the waiting report to the converter, which pauses before it takes the next; without
+    // one, the next report queues a delivery again.
+    bool deliver(ZelPhotoConverter* converter)
     {
         std::unique_lock<std::mutex> lock(myMutex);
+        if (!myWaiting) {
+            myQueued = false;
+            return false;
+        }
         const QString name = myName;
         const QString subName = mySubName;
         const int value = myValue;
         const int maximum = myMaximum;
-        myQueued = false;
+        myWaiting = false;
         lock.unlock();
         converter->setProgress(name, subName, value, maximum);
+        return true;
     }
 
 private:
@@ -43,8 +64,15 @@ private:
     QString mySubName;
     int myValue = 0;
     int myMaximum = 0;
+    // A report not yet delivered; a delivery queued or pausing in the converter's thread.
+    bool myWaiting = false;
     bool myQueued = false;
 };
+
+namespace {
+// The pause after each delivery of progress.
+const int progressPauseMs = 2;
+} // namespace
 
 ZelPhotoConverter::ZelPhotoConverter(QObject* parent)
     : QThread(parent)
@@ -135,9 +163,8 @@ void ZelPhotoConverter::applyImageProcessor(QSharedPointer<ZelImageProcessor> pr
     const QMetaObject::Connection cancelRelay =
         connect(this, &ZelPhotoConverter::cancelled, effect, &ZelImageProcessor::cancel);
     // Queued even when the job runs on this object's own thread: progress always arrives through
-    // the event loop of the thread the converter lives in. Coalesced, because ImageMagick reports
-    // up to once per pixel: while one report waits in that event loop, newer ones replace its
-    // values instead of queueing more, so the receiver sees progress rise to the last report.
+    // the event loop of the thread the converter lives in. Coalesced (see ZelPendingProgress), so
+    // the receiver sees progress rise to the last report.
     // The delivery is a queued call of a slot, not of a functor: what crosses threads is only the
     // pending report, under its own lock.
     const QMetaObject::Connection progressRelay = connect(
@@ -151,6 +178,8 @@ void ZelPhotoConverter::applyImageProcessor(QSharedPointer<ZelImageProcessor> pr
     myResult = runImageProcessor();
     disconnect(cancelRelay);
     disconnect(progressRelay);
+    if (myPendingProgress->waiting())
+        QMetaObject::invokeMethod(this, "deliverProgress", Qt::QueuedConnection);
 }
 
 void ZelPhotoConverter::applyImageProcessorThreaded(QSharedPointer<ZelImageProcessor> processor)
@@ -191,7 +220,8 @@ void ZelPhotoConverter::run()
 
 void ZelPhotoConverter::deliverProgress()
 {
-    myPendingProgress->deliver(this);
+    if (myPendingProgress->deliver(this))
+        QTimer::singleShot(progressPauseMs, this, &ZelPhotoConverter::deliverProgress);
 }
 
 void ZelPhotoConverter::hasFinished()

@@ -121,7 +121,7 @@ void ZelImageProcessor::setMaximumPriority(QThread::Priority priority)
 void ZelImageProcessor::connectNotify(const QMetaMethod&)
 {
     if (myImpl)
-        myImpl->myConnectionChanges.fetch_add(1, std::memory_order_release);
+        myImpl->myProgressReceivers.changed();
 }
 
 void ZelImageProcessor::disconnectNotify(const QMetaMethod& signal)
@@ -158,5 +158,5 @@ void ZelImageProcessor::disconnectImplementation()
     disconnect(myImpl, nullptr, this, nullptr);
     disconnect(this, nullptr, myImpl, nullptr);
     myImpl->myProgressRelays.store(0, std::memory_order_relaxed);
-    myImpl->myConnectionChanges.fetch_add(1, std::memory_order_release);
+    myImpl->myProgressReceivers.changed();
 }

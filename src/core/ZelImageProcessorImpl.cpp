@@ -247,26 +247,21 @@ void ZelImageProcessorImpl::emitProgress(int current, int total)
 
 bool ZelImageProcessorImpl::progressObserved() const
 {
-    const unsigned changes = myConnectionChanges.load(std::memory_order_acquire);
-    if (changes != myObservedCountedAt.load(std::memory_order_relaxed)) {
-        const bool observed = (myPublic && myPublic->progressConnected())
+    return myProgressReceivers.receivers([this] {
+        return (myPublic && myPublic->progressConnected())
             || receivers(SIGNAL(progress(QString, QString, int, int))) > myProgressRelays.load(std::memory_order_relaxed);
-        myProgressObserved.store(observed, std::memory_order_relaxed);
-        myObservedCountedAt.store(changes, std::memory_order_relaxed);
-    }
-    return myProgressObserved.load(std::memory_order_relaxed);
+    });
 }
 
-// Called by Qt, possibly with its connection lock held: only marks what progressObserved() found
-// as out of date. Any signal, since connections change rarely.
+// Called by Qt, possibly with its connection lock held. Any signal, since connections change rarely.
 void ZelImageProcessorImpl::connectNotify(const QMetaMethod&)
 {
-    myConnectionChanges.fetch_add(1, std::memory_order_release);
+    myProgressReceivers.changed();
 }
 
-void ZelImageProcessorImpl::disconnectNotify(const QMetaMethod& signal)
+void ZelImageProcessorImpl::disconnectNotify(const QMetaMethod&)
 {
-    connectNotify(signal);
+    myProgressReceivers.changed();
 }
 
 QString ZelImageProcessorImpl::progressTitle() const

@@ -4,6 +4,7 @@
 #include "ZelImageProcessor.h"
 #include "ZelMagickWandWrapper_p.h"
 #include "ZelParameterDescriptionContainer.h"
+#include "ZelReceiverWatch_p.h"
 
 #include <QImage>
 #include <QObject>
@@ -141,12 +142,10 @@ private:
     // The title of the current run, once emitProgress() has asked progressTitle() for it.
     QString myProgressTitle;
     bool myProgressTitleKnown = false;
-    // Whether anything receives progress, found out again only after a connection of this
-    // object or of the public one changed; how many of this object's receivers are the public
-    // object's relay (counted by the public object).
-    std::atomic<unsigned> myConnectionChanges{1};
-    mutable std::atomic<unsigned> myObservedCountedAt{0};
-    mutable std::atomic<bool> myProgressObserved{false};
+    // Whether anything receives progress, asked again after a connection of this object or of
+    // the public one changed; how many of this object's receivers are the public object's relay
+    // (counted by the public object).
+    ZelReceiverWatch myProgressReceivers;
     std::atomic<int> myProgressRelays{0};
 };
 

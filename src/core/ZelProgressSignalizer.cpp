@@ -1,10 +1,16 @@
 #include "ZelProgressSignalizer.h"
+#include "ZelReceiverWatch_p.h"
 
 #include <QMetaMethod>
 
 #include <cstring>
 
-ZelProgressSignalizer::ZelProgressSignalizer() = default;
+ZelProgressSignalizer::ZelProgressSignalizer()
+    : myReceivers(std::make_unique<ZelReceiverWatch>())
+{
+}
+
+ZelProgressSignalizer::~ZelProgressSignalizer() = default;
 
 void ZelProgressSignalizer::start()
 {
@@ -13,35 +19,36 @@ void ZelProgressSignalizer::start()
 
 void ZelProgressSignalizer::setProgress(int current, int total)
 {
-    countReceivers();
-    if (myProgressChangedReceived.load(std::memory_order_relaxed))
+    if (receivers() & ProgressChangedReceived)
         emit progressChanged(current, total);
     if (void* target = myRelayTarget.load(std::memory_order_acquire))
         myRelay.load(std::memory_order_relaxed)(target, current, total);
 }
 
-void ZelProgressSignalizer::countReceivers()
+unsigned ZelProgressSignalizer::receivers() const
 {
-    const unsigned changes = myConnectionChanges.load(std::memory_order_acquire);
-    if (changes == myReceiversCountedAt.load(std::memory_order_relaxed))
-        return;
-    static const QMetaMethod progressSignal = QMetaMethod::fromSignal(&ZelProgressSignalizer::progressChanged);
-    static const QMetaMethod nameSignal =
-        QMetaMethod::fromSignal(qOverload<const QString&>(&ZelProgressSignalizer::processName));
-    myProgressChangedReceived.store(isSignalConnected(progressSignal), std::memory_order_relaxed);
-    myProcessNameReceived.store(isSignalConnected(nameSignal), std::memory_order_relaxed);
-    myReceiversCountedAt.store(changes, std::memory_order_relaxed);
+    return myReceivers->receivers([this] {
+        static const QMetaMethod progressSignal = QMetaMethod::fromSignal(&ZelProgressSignalizer::progressChanged);
+        static const QMetaMethod nameSignal =
+            QMetaMethod::fromSignal(qOverload<const QString&>(&ZelProgressSignalizer::processName));
+        unsigned connected = 0;
+        if (isSignalConnected(progressSignal))
+            connected |= ProgressChangedReceived;
+        if (isSignalConnected(nameSignal))
+            connected |= ProcessNameReceived;
+        return connected;
+    });
 }
 
-// Called by Qt, possibly with its connection lock held: only marks the count as out of date.
+// Called by Qt, possibly with its connection lock held.
 void ZelProgressSignalizer::connectNotify(const QMetaMethod&)
 {
-    myConnectionChanges.fetch_add(1, std::memory_order_release);
+    myReceivers->changed();
 }
 
 void ZelProgressSignalizer::disconnectNotify(const QMetaMethod&)
 {
-    myConnectionChanges.fetch_add(1, std::memory_order_release);
+    myReceivers->changed();
 }
 
 void ZelProgressSignalizer::setProcessName(const QString& name)
@@ -62,8 +69,7 @@ void ZelProgressSignalizer::setProcessName(const char* source, QString (*nameOf)
 
 void ZelProgressSignalizer::emitProcessName()
 {
-    countReceivers();
-    if (myProcessNameReceived.load(std::memory_order_relaxed))
+    if (receivers() & ProcessNameReceived)
         emit processName(myProcessName);
 }
 

@@ -6,6 +6,9 @@
 #include <QString>
 
 #include <atomic>
+#include <memory>
+
+class ZelReceiverWatch;
 
 // The relay through which computations that are not Qt code (ImageMagick) report progress into
 // an effect and see its cancel request. Each effect implementation owns one.
@@ -23,6 +26,7 @@ class ZelProgressSignalizer : public QObject
     Q_OBJECT
 public:
     ZelProgressSignalizer();
+    ~ZelProgressSignalizer() override;
 
     // Clears the cancel request; called whenever a new image is handed to ImageMagick.
     void start();
@@ -53,7 +57,9 @@ protected:
 private:
     friend class ZelImageProcessorImpl;
 
-    void countReceivers();
+    enum Receiver : unsigned { ProgressChangedReceived = 1, ProcessNameReceived = 2 };
+    // Which signals have receivers, as Receiver bits.
+    unsigned receivers() const;
     void emitProcessName();
 
     std::atomic<bool> myCancelled{false};
@@ -64,11 +70,7 @@ private:
     // The effect implementation a report is relayed to, and how.
     std::atomic<void (*)(void* target, int current, int total)> myRelay{nullptr};
     std::atomic<void*> myRelayTarget{nullptr};
-    // Whether the signals have receivers, as counted after the last change of a connection.
-    std::atomic<unsigned> myConnectionChanges{1};
-    std::atomic<unsigned> myReceiversCountedAt{0};
-    std::atomic<bool> myProgressChangedReceived{false};
-    std::atomic<bool> myProcessNameReceived{false};
+    std::unique_ptr<ZelReceiverWatch> myReceivers;
 };
 
 #endif

@@ -89,7 +89,8 @@ private:
     QString path(const QString& name) const { return myDir.filePath(name); }
     // {in} the small input, {other} a second image, {out} an output path, {dir} the temporary folder.
     QStringList expand(const QStringList& arguments) const;
-    // With interrupt, Ctrl-C reaches the tool once it has traced its first progress.
+    // With interrupt, Ctrl-C reaches the tool once it catches SIGINT and, when it traces, has traced
+    // its first progress.
     ToolRun zelfx(const QStringList& arguments, bool interrupt = false) const;
     // "set", "ui", "call" or "settings", a blank and the option's argument.
     ParameterOption option(const QString& text) const
@@ -125,14 +126,30 @@ QStringList TestZelfx::expand(const QStringList& arguments) const
     return expanded;
 }
 
+// Whether the process has a handler of its own for SIGINT, as Linux lists in SigCgt.
+static bool catchesInterrupt(qint64 pid)
+{
+    QFile status(QStringLiteral("/proc/%1/status").arg(pid));
+    if (!status.open(QIODevice::ReadOnly))
+        return false;
+    const QRegularExpressionMatch caught = QRegularExpression("SigCgt:\\s*([0-9a-f]+)").match(status.readAll());
+    return caught.hasMatch() && (caught.captured(1).toULongLong(nullptr, 16) >> (SIGINT - 1) & 1);
+}
+
 ToolRun TestZelfx::zelfx(const QStringList& arguments, bool interrupt) const
 {
     QProcess process;
     process.setReadChannel(QProcess::StandardError);
     process.start(ZELFX_PATH, expand(arguments));
     QByteArray err;
-    while (interrupt && !err.contains("progress\t") && process.waitForReadyRead(120000))
+    while (interrupt && arguments.contains("--trace") && !err.contains("progress\t") && process.waitForReadyRead(120000))
         err += process.readAllStandardError();
+    // Started: run by the tool, no longer by the fork that inherited QtTest's own handler.
+    process.waitForStarted();
+    QElapsedTimer waited;
+    waited.start();
+    while (interrupt && !catchesInterrupt(process.processId()) && waited.elapsed() < 120000)
+        QThread::msleep(5);
     if (interrupt)
         ::kill(pid_t(process.processId()), SIGINT);
     const bool exited = process.waitForFinished(120000) && process.exitStatus() == QProcess::NormalExit;
@@ -531,10 +548,11 @@ void TestZelfx::batch_data()
     QTest::addColumn<QString>("keyword");      // on stderr
     QTest::addColumn<QStringList>("written");  // new pictures in {batch}; every other file there keeps its bytes
     QTest::addColumn<bool>("existing");        // {batch}/in.png there before
+    QTest::addColumn<bool>("interrupt");       // Ctrl-C once the tool catches it
 
     const auto row = [](const char* tag, const QStringList& arguments, int code, const char* keyword,
-                        const QStringList& written, bool existing = false) {
-        QTest::newRow(tag) << arguments << code << QString::fromUtf8(keyword) << written << existing;
+                        const QStringList& written, bool existing = false, bool interrupt = false) {
+        QTest::newRow(tag) << arguments << code << QString::fromUtf8(keyword) << written << existing << interrupt;
     };
     const QStringList both{"batch", "Invert", "{batch}", "{in}", "{other}"};
     row("all written", both, ExitSuccess, "", {"in.png", "other.png"});
@@ -555,6 +573,9 @@ void TestZelfx::batch_data()
     row("ImageMagick failure", {"batch", "Implode", "{batch}", "{in}", "--set", "Strength=100"}, ExitEffectFailed,
         "exceeds limit", {});
     row("no input", {"batch", "Invert", "{batch}"}, ExitUsage, "INPUT...", {});
+    // The first photo takes 6 s: cancelled and not written; the second never starts.
+    row("Ctrl-C", {"batch", "ExampleGrayscale", "{batch}", "{dir}/rows3000.png", "{in}", "--jobs", "1"}, ExitInterrupted,
+        "interrupted", {}, false, true);
 }
 
 void TestZelfx::batch()
@@ -564,6 +585,7 @@ void TestZelfx::batch()
     QFETCH(QString, keyword);
     QFETCH(QStringList, written);
     QFETCH(bool, existing);
+    QFETCH(bool, interrupt);
 
     // An earlier picture in the output folder, and a second in.png elsewhere.
     const QString batchDir = path("batch");
@@ -573,7 +595,7 @@ void TestZelfx::batch()
     const QByteArray earlier = fileBytes(path("rows3.png"));
     QVERIFY(!existing || writeFile(batchDir + "/in.png", earlier));
 
-    const ToolRun result = zelfx(arguments.replaceInStrings("{batch}", batchDir));
+    const ToolRun result = zelfx(arguments.replaceInStrings("{batch}", batchDir), interrupt);
     QCOMPARE(result.exitCode, code);
     QVERIFY2(result.err.contains(keyword), qPrintable(result.err));
     const QStringList files = QDir(batchDir).entryList(QDir::Files);

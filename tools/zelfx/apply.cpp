@@ -9,9 +9,15 @@
 
 #include "ZelImageProcessor.h"
 
-
 #include <cstring>
 #include <mutex>
+
+namespace {
+bool wasInterrupted(const EffectJob& job)
+{
+    return job.run.interrupted && job.run.interrupted->load(std::memory_order_relaxed);
+}
+} // namespace
 
 bool isMagickFailure(QtMsgType type, const char* category)
 {
@@ -65,9 +71,12 @@ Status applyEffectToFile(const EffectJob& job, const QString& inputPath, const Q
         std::unique_lock<std::mutex> locker(turn, std::defer_lock);
         if (job.takesTurns)
             locker.lock();
-        output = runner.run();
+        if (!wasInterrupted(job))
+            output = runner.run();
     }
     const QString name = effectShortName(job.effect);
+    if (wasInterrupted(job) && (output.isNull() || runner.interrupted()))
+        return Status::failure(ExitInterrupted, QStringLiteral("interrupted before %1 was done; nothing written to %2").arg(inputPath, outputPath));
     if (!magickFailures.messages().isEmpty()) {
         return Status::failure(ExitEffectFailed, QStringLiteral("effect %1 failed on %2: %3; nothing written to %4")
                                                      .arg(name, inputPath, magickFailures.messages().join(QStringLiteral("; ")), outputPath));

@@ -4,6 +4,7 @@
 #include "chain.h"
 #include "effects.h"
 #include "console.h"
+#include "interrupt.h"
 #include "options.h"
 
 #include "ZelImageProcessor.h"
@@ -16,6 +17,7 @@
 #include <QImageWriter>
 #include <QThread>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
@@ -107,14 +109,19 @@ QString duration(qint64 milliseconds)
 }
 
 // The photos run on worker threads, each taking the next photo that is due; this thread reports
-// failures as they come and keeps the bar. Each worker holds one photo at a time, so memory
-// grows with the number of jobs, not of photos.
+// failures as they come, keeps the bar and watches for Ctrl-C. Each worker holds one photo at a
+// time, so memory grows with the number of jobs, not of photos.
+//
+// Ctrl-C starts no more photos and cancels the ones under way (interrupted is the job's flag
+// for that), which are then not written; photos already written stay. A second Ctrl-C ends the
+// process at once.
 class Batch
 {
 public:
-    Batch(const EffectJob& job, std::vector<Photo> photos)
+    Batch(const EffectJob& job, std::vector<Photo> photos, std::atomic<bool>& interrupted)
         : myJob(job)
         , myPhotos(std::move(photos))
+        , myInterrupted(interrupted)
     {
         for (const Photo& photo : myPhotos)
             myDue += photo.done ? 0 : 1;
@@ -124,18 +131,25 @@ public:
     {
         QElapsedTimer timer;
         timer.start();
+        InterruptNotifier interrupt;
         std::vector<std::unique_ptr<QThread>> workers;
-        for (int i = 0; i < qMin(jobs, myDue); ++i) {
+        myWorking = qMin(jobs, myDue);
+        for (int i = 0; i < myWorking; ++i) {
             workers.emplace_back(QThread::create([this] { work(); }));
             workers.back()->start();
         }
         const bool bar = stderrIsTerminal();
         std::unique_lock<std::mutex> locker(myMutex);
         for (;;) {
+            if (interrupt.interrupted() && !myInterrupted.exchange(true)) {
+                printErr(QStringLiteral("%1zelfx: batch: interrupted, cancelling the photos under way\n")
+                             .arg(bar ? QStringLiteral("\r\033[K") : QString()));
+                myDrawnBar.clear();
+            }
             reportFailures(bar);
             if (bar)
                 drawBar(timer.elapsed());
-            if (myFinished == myDue)
+            if (myWorking == 0)
                 break;
             myChanged.wait_for(locker, std::chrono::milliseconds(redrawMilliseconds));
         }
@@ -155,8 +169,11 @@ private:
             std::unique_lock<std::mutex> locker(myMutex);
             while (myNext < myPhotos.size() && myPhotos[myNext].done)
                 ++myNext;
-            if (myNext == myPhotos.size())
+            if (myNext == myPhotos.size() || myInterrupted.load(std::memory_order_relaxed)) {
+                --myWorking;
+                myChanged.notify_all();
                 return;
+            }
             Photo& photo = myPhotos[myNext++];
             locker.unlock();
             const Status status = applyEffectToFile(myJob, photo.input, photo.output, photo.format);
@@ -200,8 +217,10 @@ private:
 
     const EffectJob& myJob;
     std::vector<Photo> myPhotos;
+    std::atomic<bool>& myInterrupted;
     int myDue = 0;
     int myFinished = 0;
+    int myWorking = 0; // workers not yet returned
     size_t myNext = 0;
     QString myDrawnBar;
     // Standard ones rather than Qt's, so that ThreadSanitizer sees them.
@@ -228,23 +247,30 @@ Status runBatch(const QStringList& arguments)
     if (!status.ok())
         return status;
     job.run.progressBar = false;
+    std::atomic<bool> interrupted{false};
+    job.run.interrupted = &interrupted;
     job.takesTurns = computesThroughImageMagick(job);
 
     const QDir outDir(commandLine.positional.at(1));
     if (!QDir().mkpath(outDir.path()))
         return Status::failure(ExitOutputUnwritable, QStringLiteral("cannot create output directory %1").arg(outDir.path()));
     const QStringList inputs = commandLine.positional.mid(2);
-    Batch batch(job, planPhotos(inputs, outDir, commandLine));
+    Batch batch(job, planPhotos(inputs, outDir, commandLine), interrupted);
     batch.run(commandLine.jobs > 0 ? commandLine.jobs : QThread::idealThreadCount());
 
     int written = 0;
     const Status* firstFailure = nullptr;
     for (const Photo& photo : batch.photos()) {
-        written += photo.status.ok() ? 1 : 0;
+        written += photo.done && photo.status.ok() ? 1 : 0;
         if (!photo.status.ok() && !firstFailure)
             firstFailure = &photo.status;
     }
     printOut(QStringLiteral("%1 of %2 photos written to %3\n").arg(written).arg(inputs.size()).arg(outDir.path()));
+    if (interrupted.load()) {
+        return Status::failure(ExitInterrupted, QStringLiteral("batch: interrupted; %1 of %2 photos not written")
+                                                    .arg(inputs.size() - written)
+                                                    .arg(inputs.size()));
+    }
     if (!firstFailure)
         return Status::success();
     return Status::failure(firstFailure->code, QStringLiteral("batch: %1 of %2 photos failed")

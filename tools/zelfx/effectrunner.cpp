@@ -98,6 +98,10 @@ void EffectRunner::onProgress(const QString& title, const QString& step, int cur
         drawProgressBar(title, current, total);
     if (myProgressCount == myOptions.cancelAfter)
         cancel();
+    else if (myOptions.interrupted && myOptions.interrupted->load(std::memory_order_relaxed) && !myInterruptSeen) {
+        myInterruptSeen = true;
+        cancel();
+    }
 }
 
 void EffectRunner::onConverterProgress(int current, int total)

@@ -7,6 +7,8 @@
 #include <QSize>
 #include <QString>
 
+#include <atomic>
+
 class ZelImageProcessor;
 class ZelPhotoConverter;
 
@@ -21,10 +23,12 @@ struct RunOptions
     bool time = false;
     bool threaded = false; // only with Output::Result
     bool progressBar = true; // on a terminal; batch draws one bar of its own instead
+    // Batch's Ctrl-C: once set, the effect is cancelled at its next progress report.
+    const std::atomic<bool>* interrupted = nullptr;
 };
 
 // Runs an effect the way apply's options ask: traces its signals on stderr, cancels it from
-// inside its N-th progress signal, draws a progress bar when stderr is a terminal and times the
+// inside its N-th progress signal or once a batch is interrupted, draws a progress bar when stderr is a terminal and times the
 // call alone.
 //
 // Threaded, the effect runs as the job of a ZelPhotoConverter on the converter's thread while
@@ -40,6 +44,8 @@ public:
     EffectRunner(ZelImageProcessor* effect, const QImage& photo, const RunOptions& options);
 
     QImage run();
+    // Whether run() cancelled the effect because the batch was interrupted.
+    bool interrupted() const { return myInterruptSeen; }
 
 private:
     QImage compute();
@@ -61,6 +67,7 @@ private:
     bool myProgressBarDrawn = false;
     int myDrawnPercent = -1;
     int myProgressCount = 0;
+    bool myInterruptSeen = false;
     ZelPhotoConverter* myConverter = nullptr; // while a threaded run is under way
     int myConverterCurrent = 0;
     int myConverterTotal = 0;

@@ -30,8 +30,13 @@ InterruptNotifier::InterruptNotifier(std::function<void()> onInterrupt)
         myPipe[0] = myPipe[1] = -1;
         return;
     }
-    myNotifier = std::make_unique<QSocketNotifier>(myPipe[0], QSocketNotifier::Read);
-    QObject::connect(myNotifier.get(), &QSocketNotifier::activated, [this] { readInterrupt(); });
+    if (myOnInterrupt) {
+        myNotifier = std::make_unique<QSocketNotifier>(myPipe[0], QSocketNotifier::Read);
+        QObject::connect(myNotifier.get(), &QSocketNotifier::activated, [this] {
+            if (interrupted())
+                myOnInterrupt();
+        });
+    }
     interruptWriteEnd = myPipe[1];
 
     struct sigaction action = {};
@@ -53,12 +58,11 @@ InterruptNotifier::~InterruptNotifier()
     }
 }
 
-void InterruptNotifier::readInterrupt()
+bool InterruptNotifier::interrupted()
 {
     char bytes[16];
     bool interrupted = false;
-    while (::read(myPipe[0], bytes, sizeof bytes) > 0)
+    while (myPipe[0] >= 0 && ::read(myPipe[0], bytes, sizeof bytes) > 0)
         interrupted = true;
-    if (interrupted && myOnInterrupt)
-        myOnInterrupt();
+    return interrupted;
 }

@@ -39,7 +39,8 @@ const char optionHelp[] =
     "batch: apply's --set, --set-ui, --settings, --call and --chain to every INPUT, several at once;\n"
     "  each INPUT becomes OUTDIR/NAME.EXT (NAME without its last suffix, EXT the input's when Qt\n"
     "  writes that format, else png). Inputs are never overwritten; a photo that fails is reported\n"
-    "  and the others go on; the status is that of the first failed INPUT.\n"
+    "  and the others go on; the status is that of the first failed INPUT. Ctrl-C starts no more\n"
+    "  photos and cancels those under way, which are not written.\n"
     "  --jobs N              photos computed at once (default: one per core)\n"
     "  --overwrite           replace existing outputs (else they are reported and left alone)\n"
     "  --format FMT          write every output in FMT (png, jpg, ...)\n"
@@ -49,7 +50,8 @@ const char optionHelp[] =
     "  0 success   2 usage, effect or parameter error   3 input unreadable\n"
     "  4 output unwritable, or it would replace an input (or, without --overwrite, a file)\n"
     "  5 the effect returned no image (too large to allocate, or refused)\n"
-    "  6 ImageMagick refused or failed the effect's operation (apply, batch; gallery goes on)\n";
+    "  6 ImageMagick refused or failed the effect's operation (apply, batch; gallery goes on)\n"
+    "  130 batch interrupted by Ctrl-C\n";
 
 // Without a display, Qt's default platform plugin would abort the tool.
 void selectOffscreenPlatformWithoutDisplay()

@@ -11,6 +11,7 @@ enum ExitCode {
     ExitOutputUnwritable = 4,
     ExitNullImage = 5,       // the effect returned no image (too large to allocate, or refused)
     ExitEffectFailed = 6,    // ImageMagick refused or failed the effect's operation
+    ExitInterrupted = 130,   // batch stopped by Ctrl-C (128 + SIGINT, as shells report it)
 };
 
 // The outcome of one step of a command: success, or an exit code with its message for stderr.

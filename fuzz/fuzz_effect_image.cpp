@@ -97,7 +97,10 @@ QImage rawImage(FuzzBytes& bytes)
 }
 
 // A value for the parameter from three bytes: a bound, a point inside the range, one up to a
-// span outside it, or a plain small number; colours, sizes and switches likewise.
+// span outside it, or a plain small number (kept within a span of the range as well); colours,
+// sizes and switches likewise. Further out, layouts measured in percent of a tile ask for what
+// they are asked for: FotoCollage with 32 x 39 tiles and outline and shadow of 511 % on a
+// 48 x 21 photo, for example, gigabytes.
 QVariant fuzzedValue(const ZelParameterDescription& parameter, FuzzBytes& bytes)
 {
     const uint8_t choice = bytes.byte();
@@ -134,7 +137,7 @@ QVariant fuzzedValue(const ZelParameterDescription& parameter, FuzzBytes& bytes)
     case 4: x = min - span * fraction - 1; break;
     case 5: x = max + span * fraction + 1; break;
     case 6: x = 0; break;
-    case 7: x = int(word % 1024) - 512; break;
+    case 7: x = qBound(min - span - 1, double(int(word % 1024) - 512), max + span + 1); break;
     }
     if (value.type() == QVariant::Double)
         return x;

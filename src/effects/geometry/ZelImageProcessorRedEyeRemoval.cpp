@@ -84,6 +84,7 @@ public:
     {
     }
 
+    using ZelImageProcessorImpl::setParameters;
     void setParameters(const QRect& region, bool flag)
     {
         myRegion = region;

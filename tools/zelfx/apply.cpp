@@ -76,7 +76,8 @@ Status applyEffectToFile(const EffectJob& job, const QString& inputPath, const Q
     }
     const QString name = effectShortName(job.effect);
     if (wasInterrupted(job) && (output.isNull() || runner.interrupted()))
-        return Status::failure(ExitInterrupted, QStringLiteral("interrupted before %1 was done; nothing written to %2").arg(inputPath, outputPath));
+        return Status::failure(ExitInterrupted, QStringLiteral("interrupted before %1 was done; nothing written to %2")
+                                                    .arg(inputPath, outputPath));
     if (!magickFailures.messages().isEmpty()) {
         return Status::failure(ExitEffectFailed, QStringLiteral("effect %1 failed on %2: %3; nothing written to %4")
                                                      .arg(name, inputPath, magickFailures.messages().join(QStringLiteral("; ")), outputPath));

@@ -28,8 +28,8 @@ struct RunOptions
 };
 
 // Runs an effect the way apply's options ask: traces its signals on stderr, cancels it from
-// inside its N-th progress signal or once a batch is interrupted, draws a progress bar when stderr is a terminal and times the
-// call alone.
+// inside its N-th progress signal or once a batch is interrupted, draws a progress bar when
+// stderr is a terminal and times the call alone.
 //
 // Threaded, the effect runs as the job of a ZelPhotoConverter on the converter's thread while
 // this thread waits in an event loop: the converter's progress(int, int) and processName(title,

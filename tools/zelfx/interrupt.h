@@ -23,7 +23,6 @@ public:
     bool interrupted();
 
 private:
-
     std::function<void()> myOnInterrupt;
     int myPipe[2] = {-1, -1};
     std::unique_ptr<QSocketNotifier> myNotifier;

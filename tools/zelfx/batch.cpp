@@ -133,8 +133,9 @@ public:
         timer.start();
         InterruptNotifier interrupt;
         std::vector<std::unique_ptr<QThread>> workers;
-        myWorking = qMin(jobs, myDue);
-        for (int i = 0; i < myWorking; ++i) {
+        const int workerCount = qMin(jobs, myDue);
+        myWorking = workerCount; // before the first worker starts, which may return at once
+        for (int i = 0; i < workerCount; ++i) {
             workers.emplace_back(QThread::create([this] { work(); }));
             workers.back()->start();
         }

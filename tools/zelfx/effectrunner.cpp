@@ -28,13 +28,24 @@ EffectRunner::EffectRunner(ZelImageProcessor* effect, const QImage& photo, const
     // Trace lines and a redrawn bar would garble each other.
     , myShowsProgressBar(options.progressBar && stderrIsTerminal() && !options.trace)
 {
-    // Threaded, progress comes through the converter, and the effect's other signals are queued
-    // to this thread behind the progress the converter relays.
-    const Qt::ConnectionType connection = options.threaded ? Qt::QueuedConnection : Qt::DirectConnection;
-    if (!options.threaded)
-        connect(effect, &ZelImageProcessor::progress, this, &EffectRunner::onProgress, connection);
-    connect(effect, &ZelImageProcessor::finished, this, &EffectRunner::onFinished, connection);
-    connect(effect, &ZelImageProcessor::operationCanceled, this, &EffectRunner::onCanceled, connection);
+    if (!options.threaded) {
+        connect(effect, &ZelImageProcessor::progress, this, &EffectRunner::onProgress, Qt::DirectConnection);
+        connect(effect, &ZelImageProcessor::finished, this, &EffectRunner::onFinished, Qt::DirectConnection);
+        connect(effect, &ZelImageProcessor::operationCanceled, this, &EffectRunner::onCanceled, Qt::DirectConnection);
+        return;
+    }
+    // Threaded, progress comes through the converter, which may deliver its last report after the
+    // effect finished; the effect's other signals wait for the job's end to be traced.
+    connect(effect, &ZelImageProcessor::finished, this,
+            [this](bool flag) { traceAtJobEnd([this, flag] { onFinished(flag); }); }, Qt::DirectConnection);
+    connect(effect, &ZelImageProcessor::operationCanceled, this, [this] { traceAtJobEnd([this] { onCanceled(); }); },
+            Qt::DirectConnection);
+}
+
+void EffectRunner::traceAtJobEnd(std::function<void()> trace)
+{
+    const std::lock_guard<std::mutex> lock(myJobSignalsMutex);
+    myJobSignals.push_back(std::move(trace));
 }
 
 QImage EffectRunner::run()
@@ -86,6 +97,13 @@ QImage EffectRunner::computeThreaded()
         QThread::yieldCurrentThread();
     converter.wait();
     myConverter = nullptr;
+    std::vector<std::function<void()>> traces;
+    {
+        const std::lock_guard<std::mutex> lock(myJobSignalsMutex);
+        traces.swap(myJobSignals);
+    }
+    for (const auto& trace : traces)
+        trace();
     return converter.getPhoto();
 }
 

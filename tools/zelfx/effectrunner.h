@@ -8,6 +8,9 @@
 #include <QString>
 
 #include <atomic>
+#include <functional>
+#include <mutex>
+#include <vector>
 
 class ZelImageProcessor;
 class ZelPhotoConverter;
@@ -34,7 +37,8 @@ struct RunOptions
 // Threaded, the effect runs as the job of a ZelPhotoConverter on the converter's thread while
 // this thread waits in an event loop: the converter's progress(int, int) and processName(title,
 // step), which it emits as a pair, feed the same trace, bar and cancel as the effect's own
-// progress does otherwise, the effect's other signals are traced from this thread, and Ctrl-C
+// progress does otherwise, the effect's finished and operationCanceled are traced once the job
+// has ended (after the last progress, which the converter may deliver after them), and Ctrl-C
 // cancels the job.
 class EffectRunner : public QObject
 {
@@ -53,6 +57,8 @@ private:
     void onProgress(const QString& title, const QString& step, int current, int total);
     void onConverterProgress(int current, int total);
     void onConverterProcessName(const QString& title, const QString& step);
+    // Threaded: keeps a trace of the effect's signals, from any thread, for the job's end.
+    void traceAtJobEnd(std::function<void()> trace);
     void onFinished(bool flag);
     void onCanceled();
     void onInterrupt();
@@ -71,6 +77,8 @@ private:
     ZelPhotoConverter* myConverter = nullptr; // while a threaded run is under way
     int myConverterCurrent = 0;
     int myConverterTotal = 0;
+    std::mutex myJobSignalsMutex;
+    std::vector<std::function<void()>> myJobSignals;
 };
 
 #endif

@@ -48,17 +48,21 @@ void ensureMagickStarted()
     Q_UNUSED(started);
 }
 
-// Whether ImageMagick can hold the picture at all. Refused the image by its width, height or area
-// limit, or by its memory, map and disk limits together, ImageMagick 6's ConstituteImage fails an
-// assertion (it aborts the process) instead of failing the call; such a picture gets a wand
-// without image, which every operation leaves alone and which gives a null result.
+// Whether ImageMagick can hold the picture now. Refused the image by its width, height or area
+// limit, or finding neither memory nor disk left for its pixel cache under its limits (with
+// pictures held by other wands counted), ImageMagick 6's ConstituteImage fails an assertion (it
+// aborts the process) instead of failing the call; such a picture gets a wand without image,
+// which every operation leaves alone and which gives a null result.
 bool magickCanHold(const QSize& size)
 {
     const double width = size.width(), height = size.height();
-    const double bytes = double(MagickGetResourceLimit(MemoryResource)) + double(MagickGetResourceLimit(MapResource))
-        + double(MagickGetResourceLimit(DiskResource));
+    const double bytes = width * height * sizeof(PixelPacket);
+    const auto left = [](ResourceType type) {
+        return double(MagickGetResourceLimit(type)) - double(MagickGetResource(type));
+    };
     return width <= double(MagickGetResourceLimit(WidthResource)) && height <= double(MagickGetResourceLimit(HeightResource))
-        && width * height <= double(MagickGetResourceLimit(AreaResource)) && width * height * sizeof(PixelPacket) <= bytes;
+        && width * height <= double(MagickGetResourceLimit(AreaResource))
+        && (bytes <= left(MemoryResource) || bytes <= left(DiskResource));
 }
 
 void warnMagickFailure(const char* call, const char* reason, const char* description)
@@ -191,12 +195,20 @@ QImage ZelMagickWandWrapper::consumeWand(MagickWand* wand) const
     return image;
 }
 
+// After a cancel the wand is not destroyed: one wand leaks per cancel, which the leak suppressions
+// of the tests expect (tests/lsan.supp); change both together. Its pictures are let go, though:
+// ImageMagick counts their pixel caches against its limits for as long as they live, and after a
+// few hundred cancels of large photos it would hold no new picture.
+QImage ZelMagickWandWrapper::abandonWand(MagickWand* wand) const
+{
+    ClearMagickWand(wand);
+    return QImage();
+}
+
 QImage ZelMagickWandWrapper::getImageFromWand(MagickWand* wand) const
 {
-    // After a cancel the wand is not destroyed: one wand leaks per cancel, which the leak
-    // suppressions of the tests expect (tests/lsan.supp); change both together.
     if (mySignalizer && mySignalizer->cancelled())
-        return QImage();
+        return abandonWand(wand);
     qDebug("ZelMagickWandWrapper::arc not cancelled, doing fromMagickWand");
     return consumeWand(wand);
 }
@@ -432,7 +444,7 @@ QImage ZelMagickWandWrapper::blur(const QImage& image, int softness, int blurRad
     if (fade > 0 && !cancelled())
         checked(wand, MagickModulateImage(wand, 100, 100 - 10.0 * fade, 100), "MagickModulateImage");
     if (cancelled())
-        return QImage();
+        return abandonWand(wand);
     QImage blurred = consumeWand(wand);
     if (softness <= 0 || blurred.isNull())
         return blurred;

@@ -15,7 +15,8 @@ class ZelProgressSignalizer;
 // (8-bit "BGRA", the byte order of an ARGB32 image), runs one ImageMagick operation with fixed
 // constants while ImageMagick's progress monitor feeds the signalizer, and converts the result
 // back. A cancel through the signalizer stops the running operation at its next progress report;
-// the operation then returns a null image and leaves its wand alive (see getImageFromWand()).
+// the operation then returns a null image and leaves its wand alive, without its pictures (see
+// abandonWand()).
 // An ImageMagick call that fails leaves the wand's picture as it was, and the operation returns
 // that picture; the failure is told through the zel.magick logging category (see checked()).
 //
@@ -41,6 +42,8 @@ public:
     QImage consumeWand(MagickWand* wand) const;
     // Null (and the wand left alive) after a cancel, else consumeWand(wand).
     QImage getImageFromWand(MagickWand* wand) const;
+    // The null result of a cancelled operation: the wand is left alive without its pictures.
+    QImage abandonWand(MagickWand* wand) const;
 
     QImage sketch(const QImage& image, double radius, double sigma, double angle) const;
     QImage motionBlur(const QImage& image, double sigma, double angle) const;

@@ -247,7 +247,7 @@ void ZelImageProcessorImpl::emitProgress(int current, int total)
 
 bool ZelImageProcessorImpl::progressObserved() const
 {
-    return myProgressReceivers.receivers([this] {
+    return myProgressReceivers.known([this] {
         return (myPublic && myPublic->progressConnected())
             || receivers(SIGNAL(progress(QString, QString, int, int))) > myProgressRelays.load(std::memory_order_relaxed);
     });

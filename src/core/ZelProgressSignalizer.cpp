@@ -19,15 +19,15 @@ void ZelProgressSignalizer::start()
 
 void ZelProgressSignalizer::setProgress(int current, int total)
 {
-    if (receivers() & ProgressChangedReceived)
+    if (connectedSignals() & ProgressChangedReceived)
         emit progressChanged(current, total);
     if (void* target = myRelayTarget.load(std::memory_order_acquire))
         myRelay.load(std::memory_order_relaxed)(target, current, total);
 }
 
-unsigned ZelProgressSignalizer::receivers() const
+unsigned ZelProgressSignalizer::connectedSignals() const
 {
-    return myReceivers->receivers([this] {
+    return myReceivers->known([this] {
         static const QMetaMethod progressSignal = QMetaMethod::fromSignal(&ZelProgressSignalizer::progressChanged);
         static const QMetaMethod nameSignal =
             QMetaMethod::fromSignal(qOverload<const QString&>(&ZelProgressSignalizer::processName));
@@ -69,7 +69,7 @@ void ZelProgressSignalizer::setProcessName(const char* source, QString (*nameOf)
 
 void ZelProgressSignalizer::emitProcessName()
 {
-    if (receivers() & ProcessNameReceived)
+    if (connectedSignals() & ProcessNameReceived)
         emit processName(myProcessName);
 }
 

@@ -59,7 +59,7 @@ private:
 
     enum Receiver : unsigned { ProgressChangedReceived = 1, ProcessNameReceived = 2 };
     // Which signals have receivers, as Receiver bits.
-    unsigned receivers() const;
+    unsigned connectedSignals() const;
     void emitProcessName();
 
     std::atomic<bool> myCancelled{false};

@@ -6,7 +6,7 @@
 // What an object that reports up to once per pixel knows of its signals' receivers: asking Qt
 // costs more than the rest of a report, so the answer is kept and asked for again only after a
 // connection changed. The owner calls changed() from connectNotify() and disconnectNotify(),
-// where Qt may hold its connection lock, and reads the answer with receivers(ask) on the thread
+// where Qt may hold its connection lock, and reads the answer with known(ask) on the thread
 // that reports.
 class ZelReceiverWatch
 {
@@ -15,7 +15,7 @@ public:
 
     // ask() returns the answer as bits, one per signal or condition the owner needs to know.
     template <class Ask>
-    unsigned receivers(Ask ask) const
+    unsigned known(Ask ask) const
     {
         const unsigned changes = myChanges.load(std::memory_order_acquire);
         if (changes != myAskedAt.load(std::memory_order_relaxed)) {
